@@ -121,10 +121,14 @@ public:
     static String number(float value, checked_value<unsigned> precision = {}, char formatLetter = 'f');
     static String number(double value, checked_value<unsigned> precision = {}, char formatLetter = 'f');
 
-    /// Parsers. ',' and '.' both read as the decimal point; full-width digits are digits. Overflow and
-    /// trailing characters are invalid. An empty text is invalid, except for toInt, where it is 0.
+    /// Parsers. ',' and '.' both read as the decimal point; full-width digits are digits. Trailing characters
+    /// are invalid. An empty text is invalid, except for toInt, where it is 0.
+    ///
+    /// Integers may have whitespace around them and a '+' (toInt also a '-') before; overflow is invalid.
+    /// base: 2 to 36, others fall back to 10.
     checked_value<std::uint32_t> toUnsigned(unsigned base = 10) const;
     checked_value<std::int32_t> toInt() const;
+    /// What the C library's strtof and strtod read in full, overflow to infinity included.
     checked_value<float> toFloat() const;
     checked_value<double> toDouble() const;
 
