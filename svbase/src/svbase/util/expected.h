@@ -42,7 +42,7 @@ private:
 /// Either a value or the error that stood in its way. The failure is a plain value: it may be copied, kept
 /// and read later on another thread.
 template<class T, class E>
-class expected {
+class [[nodiscard]] expected {
 public:
     expected(T value) : state_(std::in_place_index<0>, std::move(value)) {}
     template<class G>
@@ -85,7 +85,7 @@ private:
 
 /// Success without a value, or the error. The usual result of file operations.
 template<class E>
-class expected<void, E> {
+class [[nodiscard]] expected<void, E> {
 public:
     expected() = default;
     template<class G>
