@@ -1,0 +1,136 @@
+// The program: prepares the process for a plug-in that may crash or hang, and runs one worker.
+
+#include "protocol/ScanResult.h"
+#include "scanner/ScanWorker.h"
+#include "svbase/util/String.h"
+#include "svbase/util/TaskQueue.h"
+
+#include <zmq.hpp>
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <ole2.h>
+#include <shellapi.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+#include <vector>
+
+/// What static set-up may leave for the main function: anything but 0 and 20 ends the process with that code
+/// before it has begun. Nothing sets it at present.
+std::int32_t startupStatus = 0;
+
+namespace {
+
+using namespace Tarvik;
+
+constexpr int exitWorkerReturned = 0;
+constexpr int exitBadCommandLine = 1;
+constexpr int exitWatchdog = 2;
+
+constexpr int watchdogRounds = 60;
+constexpr DWORD watchdogRoundMs = 1000;
+
+class SingleThreadScanWorker : public ScanWorker {
+public:
+    using ScanWorker::ScanWorker;
+    ~SingleThreadScanWorker() override = default;
+
+protected:
+    std::int32_t Scan() override;
+
+private:
+    /// Not a lookup: equality is looser than the set's order. An unknown unique identifier matches any.
+    bool IsKnown() const;
+};
+
+std::int32_t SingleThreadScanWorker::Scan() {
+    return IsKnown() ? ScanResultKnown : ScanResultUnconfirmed;
+}
+
+bool SingleThreadScanWorker::IsKnown() const {
+    return workItem.IsComplete() && std::ranges::any_of(knownPlugins, [this](const PluginIdentifier& known) {
+               return known == workItem;
+           });
+}
+
+/// A crash in plug-in code is to end the process at once, without a dialog that nobody would close.
+void silenceCrashes() {
+    SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX);
+}
+
+/// The same for abort: no message box, just the end. The import library lacks the function, which the C
+/// library of any current system has.
+void silenceAbort() {
+    using SetAbortBehavior = unsigned(__cdecl*)(unsigned flags, unsigned mask);
+    constexpr unsigned writeAbortMessage = 1;
+    const HMODULE library = GetModuleHandleW(L"msvcrt.dll");
+    const FARPROC found = library ? GetProcAddress(library, "_set_abort_behavior") : nullptr;
+    if (found) {
+        reinterpret_cast<SetAbortBehavior>(reinterpret_cast<void*>(found))(0, writeAbortMessage);
+    } else {
+        // Where the message cannot be cleared it goes where nobody has to confirm it.
+        _set_error_mode(_OUT_TO_STDERR);
+    }
+}
+
+std::vector<String> readCommandLine() {
+    int count = 0;
+    LPWSTR* entries = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<String> arguments;
+    // The block lives as long as the process, which is not long.
+    for (int i = 0; entries && i < count; ++i) {
+        arguments.push_back(String::fromWide(entries[i]));
+    }
+    return arguments;
+}
+
+/// Ends the process after a minute, whatever a plug-in holds or does by then: no clean-up, no flush, no
+/// static destructors.
+void watch(const std::atomic<bool>& finished) {
+    for (int round = 0; round < watchdogRounds; ++round) {
+        if (finished.load()) {
+            return;
+        }
+        Sleep(watchdogRoundMs);
+    }
+    _exit(exitWatchdog);
+}
+
+} // namespace
+
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
+    if (startupStatus != 0 && startupStatus != 20) {
+        return startupStatus;
+    }
+    silenceCrashes();
+    silenceAbort();
+    // Never undone: a plug-in may have left threads behind that still use it.
+    static_cast<void>(OleInitialize(nullptr));
+
+    const std::vector<String> arguments = readCommandLine();
+    const auto finished = std::make_shared<std::atomic<bool>>(false);
+    Util::TaskQueue taskQueue(true);
+    taskQueue.enqueue([finished] { watch(*finished); });
+
+    auto context = std::make_shared<zmq::context_t>();
+    if (arguments.size() != 2) {
+        // The flag stays down: a watchdog that has begun runs its time, and its code is then the answer.
+        context.reset();
+        return exitBadCommandLine;
+    }
+    {
+        SingleThreadScanWorker worker(context, arguments[1]);
+        worker.Run();
+    }
+    // Ends the context, which waits for messages on their way; the watchdog still bounds that.
+    context.reset();
+    finished->exchange(true);
+    taskQueue.finish();
+    return exitWorkerReturned;
+}
