@@ -73,11 +73,16 @@ protected:
     virtual std::unique_ptr<Controller::ControllerSet> CreateControllerSet();
 
 private:
-    struct State;
+    struct Params;
 
     const DispatchTable& GetDispatchTable() const;
 
-    std::unique_ptr<State> state;
+    template<class T>
+    void Register(ParamRegistration<T> registration);
+    template<class T>
+    void MakeParam(std::uint32_t index, ParamRegistration<T>& registration);
+
+    std::unique_ptr<Params> params;
 };
 
 } // namespace DSP

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/BlockPositions.h"
 #include "dsp/DSPCommandMailbox.h"
 #include "dsp/Element.h"
 #include "dsp/ElementConfig.h"
@@ -12,12 +13,6 @@
 namespace DSP {
 
 class ElementHost;
-
-/// Where the material starts and ends inside a block. An offset that is not inside is invalid.
-struct BlockPositions {
-    checked_value<std::uint32_t> start;
-    checked_value<std::uint32_t> end;
-};
 
 /// What all elements share: the command mailbox, block adapters, the dry path with its bypass crossfade.
 /// Concrete elements override the operations below and leave Process alone.
@@ -151,11 +146,12 @@ protected:
 
     void SetFlag();
 
-    /// During a block: numChannels main inputs, then those of the sidechains. Null without a sidechain in
-    /// this call. The main inputs are what the element works on, except with a fixed block size, where they
-    /// keep what came in. [audio]
+    /// During a block: numChannels pointers to what came in, then those of the sidechains; null during none.
+    /// The sidechains' are null in a call without them. Without a fixed block size what came in is worked
+    /// upon in place. [audio]
     float** GetCurrentInputs() const;
-    /// During a block: numChannels main outputs, then the auxiliary ones. Null without auxiliary outputs.
+    /// During a block: numChannels pointers to what goes out, then those of the auxiliary outputs, which are
+    /// null in a call that does not want them. [audio]
     float** GetCurrentOutputs() const;
     /// During a block: where the material starts and ends in it. [audio]
     const BlockPositions& GetBlockPositions() const;
@@ -171,10 +167,9 @@ private:
 
     /// Runs what was posted to the children, then what was posted here. [audio, or under the audio lock]
     void DrainCommands();
-    void ExecuteFromQueue(DSPCommand* command);
-    void FinishOrRequeue(DSPCommand* command);
     void ServeStoppedAudio();
-    void PostToAudio(DSPCommand* command);
+    void PostToAudio(std::unique_ptr<DSPCommand> command);
+    void Finish(std::unique_ptr<DSPCommand> command);
 
     void MakeAdapters();
     void MakeDryLines();
