@@ -40,6 +40,7 @@ public:
     void* GetBuffer() noexcept { return bufferPointer; }
 
 private:
+    bool IsPrepared(unsigned order) const noexcept;
     void PrepareLocked(unsigned order);
 
     String name;

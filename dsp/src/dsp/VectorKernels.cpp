@@ -1,0 +1,259 @@
+#include "dsp/VectorKernels.h"
+
+#include "dsp/KernelTable.h"
+
+#include <atomic>
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/VectorKernels.cpp"
+#include "dsp/HighwayTargets.h"
+
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace DSP::Kernels {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Wide = hn::ScalableTag<float>;
+using V = hn::Vec<Wide>;
+
+constexpr std::size_t lanes = hn::MaxLanes(Wide());
+
+void SetFloats(float* destination, float value, std::size_t count) noexcept {
+    const Wide d;
+    const V v = hn::Set(d, value);
+    std::size_t i = 0;
+    for (; i + 4 * lanes <= count; i += 4 * lanes) {
+        hn::StoreU(v, d, destination + i);
+        hn::StoreU(v, d, destination + i + lanes);
+        hn::StoreU(v, d, destination + i + 2 * lanes);
+        hn::StoreU(v, d, destination + i + 3 * lanes);
+    }
+    for (; i + lanes <= count; i += lanes) {
+        hn::StoreU(v, d, destination + i);
+    }
+    for (; i < count; ++i) {
+        destination[i] = value;
+    }
+}
+
+/// destination[i] = operation(destination[i], source[i]).
+template<class Operation>
+HWY_INLINE void Combine(float* destination, const float* source, std::size_t count, Operation operation) {
+    const Wide d;
+    std::size_t i = 0;
+    for (; i + 4 * lanes <= count; i += 4 * lanes) {
+        const V a = operation(hn::LoadU(d, destination + i), hn::LoadU(d, source + i));
+        const V b = operation(hn::LoadU(d, destination + i + lanes), hn::LoadU(d, source + i + lanes));
+        const V c =
+            operation(hn::LoadU(d, destination + i + 2 * lanes), hn::LoadU(d, source + i + 2 * lanes));
+        const V e =
+            operation(hn::LoadU(d, destination + i + 3 * lanes), hn::LoadU(d, source + i + 3 * lanes));
+        hn::StoreU(a, d, destination + i);
+        hn::StoreU(b, d, destination + i + lanes);
+        hn::StoreU(c, d, destination + i + 2 * lanes);
+        hn::StoreU(e, d, destination + i + 3 * lanes);
+    }
+    for (; i + lanes <= count; i += lanes) {
+        hn::StoreU(operation(hn::LoadU(d, destination + i), hn::LoadU(d, source + i)), d, destination + i);
+    }
+    const hn::CappedTag<float, 1> one;
+    for (; i < count; ++i) {
+        hn::StoreU(
+            operation(hn::LoadU(one, destination + i), hn::LoadU(one, source + i)), one, destination + i);
+    }
+}
+
+struct Plus {
+    template<class U>
+    HWY_INLINE U operator()(U a, U b) const {
+        return hn::Add(a, b);
+    }
+};
+struct By {
+    template<class U>
+    HWY_INLINE U operator()(U a, U b) const {
+        return hn::Mul(a, b);
+    }
+};
+
+void AddFloats(float* destination, const float* source, std::size_t count) noexcept {
+    Combine(destination, source, count, Plus());
+}
+
+void MultiplyFloats(float* destination, const float* source, std::size_t count) noexcept {
+    Combine(destination, source, count, By());
+}
+
+/// sum + a * b on lanes of (re, im).
+HWY_INLINE V TimesPairs(V sum, V a, V b, V realSigns) {
+    const V bRe = hn::DupEven(b);
+    const V bIm = hn::Xor(hn::DupOdd(b), realSigns);
+    return hn::MulAdd(hn::Shuffle2301(a), bIm, hn::MulAdd(a, bRe, sum));
+}
+
+void MultiplyAccumulatePairs(float* destination, const float* a, const float* b, std::size_t bins) noexcept {
+    const Wide d;
+    const V realSigns = hn::OddEven(hn::Zero(d), hn::Set(d, -0.0F));
+    const std::size_t count = 2 * bins;
+    std::size_t i = 0;
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+        const V x =
+            TimesPairs(hn::LoadU(d, destination + i), hn::LoadU(d, a + i), hn::LoadU(d, b + i), realSigns);
+        const V y = TimesPairs(
+            hn::LoadU(d, destination + i + lanes), hn::LoadU(d, a + i + lanes), hn::LoadU(d, b + i + lanes),
+            realSigns);
+        hn::StoreU(x, d, destination + i);
+        hn::StoreU(y, d, destination + i + lanes);
+    }
+    for (; i < count; i += 2) {
+        const float re = destination[i] + a[i] * b[i] - a[i + 1] * b[i + 1];
+        const float im = destination[i + 1] + a[i] * b[i + 1] + a[i + 1] * b[i];
+        destination[i] = re;
+        destination[i + 1] = im;
+    }
+}
+
+template<class D>
+HWY_INLINE void MultiplyAccumulateAt(
+    D d, float* destinationReal, float* destinationImag, const float* aReal, const float* aImag,
+    const float* bReal, const float* bImag, std::size_t i) {
+    using U = hn::Vec<D>;
+    const U ar = hn::LoadU(d, aReal + i);
+    const U ai = hn::LoadU(d, aImag + i);
+    const U br = hn::LoadU(d, bReal + i);
+    const U bi = hn::LoadU(d, bImag + i);
+    const U re = hn::NegMulAdd(ai, bi, hn::MulAdd(ar, br, hn::LoadU(d, destinationReal + i)));
+    const U im = hn::MulAdd(ai, br, hn::MulAdd(ar, bi, hn::LoadU(d, destinationImag + i)));
+    hn::StoreU(re, d, destinationReal + i);
+    hn::StoreU(im, d, destinationImag + i);
+}
+
+void MultiplyAccumulateParts(
+    float* destinationReal, float* destinationImag, const float* aReal, const float* aImag,
+    const float* bReal, const float* bImag, std::size_t bins) noexcept {
+    std::size_t i = 0;
+    for (; i + lanes <= bins; i += lanes) {
+        MultiplyAccumulateAt(Wide(), destinationReal, destinationImag, aReal, aImag, bReal, bImag, i);
+    }
+    for (; i < bins; ++i) {
+        MultiplyAccumulateAt(
+            hn::CappedTag<float, 1>(), destinationReal, destinationImag, aReal, aImag, bReal, bImag, i);
+    }
+}
+
+const Table* GetTable() {
+    static constexpr Table table{
+        &SetFloats, &AddFloats, &MultiplyFloats, &MultiplyAccumulatePairs, &MultiplyAccumulateParts};
+    return &table;
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace DSP::Kernels
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace DSP::Kernels {
+
+HWY_EXPORT(GetTable);
+
+namespace {
+
+std::atomic<const Table*> chosen{nullptr};
+
+const Table& GetChosen() noexcept {
+    const Table* table = chosen.load(std::memory_order_relaxed);
+    return table != nullptr ? *table : ChooseTable();
+}
+
+} // namespace
+
+const Table& ChooseTable() noexcept {
+    const Table* table = HWY_DYNAMIC_DISPATCH(GetTable)();
+    chosen.store(table, std::memory_order_relaxed);
+    return *table;
+}
+
+// The C library's copies and fills outran every loop of ours at every length measured.
+
+void Copy(float* destination, const float* source, std::size_t count) noexcept {
+    std::memcpy(destination, source, count * sizeof(float));
+}
+
+void Copy(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept {
+    std::memcpy(destination, source, count);
+}
+
+void Move(float* destination, const float* source, std::size_t count) noexcept {
+    std::memmove(destination, source, count * sizeof(float));
+}
+
+void Move(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept {
+    std::memmove(destination, source, count);
+}
+
+void Zero(float* destination, std::size_t count) noexcept {
+    std::memset(destination, 0, count * sizeof(float));
+}
+
+void Zero(std::uint8_t* destination, std::size_t count) noexcept {
+    std::memset(destination, 0, count);
+}
+
+void Set(float* destination, float value, std::size_t count) noexcept {
+    GetChosen().set(destination, value, count);
+}
+
+void Set(std::uint8_t* destination, std::uint8_t value, std::size_t count) noexcept {
+    std::memset(destination, value, count);
+}
+
+void Add(float* destination, const float* source, std::size_t count) noexcept {
+    GetChosen().add(destination, source, count);
+}
+
+void Multiply(float* destination, const float* source, std::size_t count) noexcept {
+    GetChosen().multiply(destination, source, count);
+}
+
+void MultiplyAccumulateComplex(
+    float* destination, const float* a, const float* b, std::size_t bins) noexcept {
+    GetChosen().multiplyAccumulateComplex(destination, a, b, bins);
+}
+
+void MultiplyAccumulateSplit(
+    float* destinationReal, float* destinationImag, const float* aReal, const float* aImag,
+    const float* bReal, const float* bImag, std::size_t bins) noexcept {
+    GetChosen().multiplyAccumulateSplit(destinationReal, destinationImag, aReal, aImag, bReal, bImag, bins);
+}
+
+void PackedToComplex(float* complex, const float* packed, unsigned order) noexcept {
+    const std::size_t size = std::size_t{1} << order;
+    const float last = packed[1];
+    if (complex != packed) {
+        complex[0] = packed[0];
+        std::memcpy(complex + 2, packed + 2, (size - 2) * sizeof(float));
+    }
+    complex[1] = 0.0F;
+    complex[size] = last;
+    complex[size + 1] = 0.0F;
+}
+
+void ComplexToPacked(float* packed, const float* complex, unsigned order) noexcept {
+    const std::size_t size = std::size_t{1} << order;
+    const float last = complex[size];
+    if (complex != packed) {
+        packed[0] = complex[0];
+        std::memcpy(packed + 2, complex + 2, (size - 2) * sizeof(float));
+    }
+    packed[1] = last;
+}
+
+} // namespace DSP::Kernels
+
+#endif
