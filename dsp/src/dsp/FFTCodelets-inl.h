@@ -103,6 +103,95 @@ inline void Inverse8(const FFTPlan&, const float* in, float* out, void*) noexcep
     out[7] = p3 + (re + im);
 }
 
+#if HWY_TARGET == HWY_SCALAR
+
+// Without vectors, two real transforms of half the length: E of the even samples, O of the odd ones.
+//     X[k] = E[k] + W^k O[k], X[size / 2 - k] = conj(E[k] - W^k O[k])
+
+struct HalfRoot {
+    float cosine;
+    float sine;
+};
+
+/// exp(-2 pi i k / 32) is (cosine, -sine).
+inline HalfRoot GetRoot32(unsigned k) {
+    static constexpr float sines[9] = {0.0F,      0.19509032201612827F, sinEighth, 0.55557023301960222F,
+                                       cosFourth, 0.83146961230254524F, cosEighth, 0.98078528040323045F,
+                                       1.0F};
+    return {sines[8 - k], sines[k]};
+}
+
+template<unsigned size>
+inline void ForwardByHalves(
+    const FFTPlan& plan, const float* in, float* out, void* buffer, FFTPlan::Transform half) noexcept {
+    constexpr unsigned points = size / 2;
+    float parts[2][points];
+    for (unsigned i = 0; i < points; ++i) {
+        parts[0][i] = in[2 * i];
+        parts[1][i] = in[2 * i + 1];
+    }
+    float e[points];
+    float o[points];
+    half(plan, parts[0], e, buffer);
+    half(plan, parts[1], o, buffer);
+    out[0] = e[0] + o[0];
+    out[1] = e[0] - o[0];
+    for (unsigned k = 1; k < points / 2; ++k) {
+        const HalfRoot w = GetRoot32(k * (32 / size));
+        const float re = o[2 * k] * w.cosine + o[2 * k + 1] * w.sine;
+        const float im = o[2 * k + 1] * w.cosine - o[2 * k] * w.sine;
+        out[2 * k] = e[2 * k] + re;
+        out[2 * k + 1] = e[2 * k + 1] + im;
+        out[size - 2 * k] = e[2 * k] - re;
+        out[size - 2 * k + 1] = im - e[2 * k + 1];
+    }
+    out[points] = e[1];
+    out[points + 1] = -o[1];
+}
+
+template<unsigned size>
+inline void InverseByHalves(
+    const FFTPlan& plan, const float* in, float* out, void* buffer, FFTPlan::Transform half) noexcept {
+    constexpr unsigned points = size / 2;
+    float e[points];
+    float o[points];
+    e[0] = 0.5F * (in[0] + in[1]);
+    o[0] = 0.5F * (in[0] - in[1]);
+    e[1] = in[points];
+    o[1] = -in[points + 1];
+    for (unsigned k = 1; k < points / 2; ++k) {
+        const HalfRoot w = GetRoot32(k * (32 / size));
+        const float re = 0.5F * (in[2 * k] - in[size - 2 * k]);
+        const float im = 0.5F * (in[2 * k + 1] + in[size - 2 * k + 1]);
+        e[2 * k] = 0.5F * (in[2 * k] + in[size - 2 * k]);
+        e[2 * k + 1] = 0.5F * (in[2 * k + 1] - in[size - 2 * k + 1]);
+        o[2 * k] = re * w.cosine - im * w.sine;
+        o[2 * k + 1] = im * w.cosine + re * w.sine;
+    }
+    float parts[2][points];
+    half(plan, e, parts[0], buffer);
+    half(plan, o, parts[1], buffer);
+    for (unsigned i = 0; i < points; ++i) {
+        out[2 * i] = parts[0][i];
+        out[2 * i + 1] = parts[1][i];
+    }
+}
+
+inline void Forward16(const FFTPlan& plan, const float* in, float* out, void* buffer) noexcept {
+    ForwardByHalves<16>(plan, in, out, buffer, &Forward8);
+}
+inline void Inverse16(const FFTPlan& plan, const float* in, float* out, void* buffer) noexcept {
+    InverseByHalves<16>(plan, in, out, buffer, &Inverse8);
+}
+inline void Forward32(const FFTPlan& plan, const float* in, float* out, void* buffer) noexcept {
+    ForwardByHalves<32>(plan, in, out, buffer, &Forward16);
+}
+inline void Inverse32(const FFTPlan& plan, const float* in, float* out, void* buffer) noexcept {
+    InverseByHalves<32>(plan, in, out, buffer, &Inverse16);
+}
+
+#else
+
 using V4 = hn::Vec<Four>;
 
 HWY_INLINE V4 Constant(float a, float b, float c, float e) {
@@ -322,6 +411,8 @@ inline void Inverse32(const FFTPlan&, const float* in, float* out, void*) noexce
     output.Store(d, x2, 8);
     output.Store(d, x3, 12);
 }
+
+#endif
 
 } // namespace HWY_NAMESPACE
 } // namespace DSP

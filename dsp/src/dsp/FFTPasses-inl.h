@@ -124,6 +124,20 @@ HWY_INLINE void Butterfly8(
     x7 = {hn::NegMulAdd(half, s3, c3.re), hn::MulAdd(half, t3, c3.im)};
 }
 
+#if HWY_TARGET == HWY_SCALAR
+
+/// Stores lane l of the eight rows as eight floats at out + 8 * l.
+template<class D, class V = hn::Vec<D>>
+HWY_INLINE void
+StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY_RESTRICT out) {
+    const V rows[8] = {r0, r1, r2, r3, r4, r5, r6, r7};
+    for (std::size_t row = 0; row < 8; ++row) {
+        hn::StoreU(rows[row], d, out + row);
+    }
+}
+
+#else
+
 /// Rows become columns. Four lanes.
 template<class D, class V = hn::Vec<D>>
 HWY_INLINE void Transpose4(D d, V& r0, V& r1, V& r2, V& r3) {
@@ -164,6 +178,8 @@ StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY
         hn::StoreU(hn::ConcatUpperUpper(d, r7, r3), d, out + 56);
     }
 }
+
+#endif
 
 /// Where a first pass reads: pairs of real and imaginary part.
 struct InterleavedInput {
@@ -238,7 +254,7 @@ HWY_INLINE void FirstPass8(
 
 /// A pass of radix 4 with s >= lanes. factors: per p, three complex numbers. n: points left, s: neighbours.
 template<class D>
-HWY_INLINE void MiddlePass4(
+void MiddlePass4(
     D d, const float* HWY_RESTRICT re, const float* HWY_RESTRICT im, float* HWY_RESTRICT outRe,
     float* HWY_RESTRICT outIm, std::size_t n, std::size_t s, const float* HWY_RESTRICT factors) {
     using V = hn::Vec<D>;
@@ -267,7 +283,7 @@ HWY_INLINE void MiddlePass4(
 
 /// The same of radix 8. factors: per p, seven complex numbers.
 template<class D>
-HWY_INLINE void MiddlePass8(
+void MiddlePass8(
     D d, const float* HWY_RESTRICT re, const float* HWY_RESTRICT im, float* HWY_RESTRICT outRe,
     float* HWY_RESTRICT outIm, std::size_t n, std::size_t s, const float* HWY_RESTRICT factors) {
     using V = hn::Vec<D>;

@@ -48,7 +48,7 @@ struct WorkArrays {
 };
 
 /// All passes but the first and the last, from and to the arrays' current half.
-HWY_INLINE void MiddlePasses(const FFTPlan& plan, WorkArrays& work, std::size_t& s) {
+inline void MiddlePasses(const FFTPlan& plan, WorkArrays& work, std::size_t& s) {
     const Wide d;
     const std::size_t points = std::size_t{1} << (plan.order - 1);
     for (unsigned pass = 1; plan.radices[pass + 1] != 0; ++pass) {

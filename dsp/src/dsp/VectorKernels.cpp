@@ -89,6 +89,8 @@ void MultiplyFloats(float* destination, const float* source, std::size_t count) 
     Combine(destination, source, count, By());
 }
 
+#if HWY_TARGET != HWY_SCALAR
+
 /// sum + a * b on lanes of (re, im).
 HWY_INLINE V TimesPairs(V sum, V a, V b, V realSigns) {
     const V bRe = hn::DupEven(b);
@@ -96,11 +98,14 @@ HWY_INLINE V TimesPairs(V sum, V a, V b, V realSigns) {
     return hn::MulAdd(hn::Shuffle2301(a), bIm, hn::MulAdd(a, bRe, sum));
 }
 
+#endif
+
 void MultiplyAccumulatePairs(float* destination, const float* a, const float* b, std::size_t bins) noexcept {
-    const Wide d;
-    const V realSigns = hn::OddEven(hn::Zero(d), hn::Set(d, -0.0F));
     const std::size_t count = 2 * bins;
     std::size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const Wide d;
+    const V realSigns = hn::OddEven(hn::Zero(d), hn::Set(d, -0.0F));
     for (; i + 2 * lanes <= count; i += 2 * lanes) {
         const V x =
             TimesPairs(hn::LoadU(d, destination + i), hn::LoadU(d, a + i), hn::LoadU(d, b + i), realSigns);
@@ -110,6 +115,7 @@ void MultiplyAccumulatePairs(float* destination, const float* a, const float* b,
         hn::StoreU(x, d, destination + i);
         hn::StoreU(y, d, destination + i + lanes);
     }
+#endif
     for (; i < count; i += 2) {
         const float re = destination[i] + a[i] * b[i] - a[i + 1] * b[i + 1];
         const float im = destination[i + 1] + a[i] * b[i + 1] + a[i + 1] * b[i];
