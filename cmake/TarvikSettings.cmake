@@ -7,6 +7,14 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+# The presets name the prefix that third_party/build.sh links. Where it is missing, the system's own packages must
+# not quietly take its place: they are other versions, with other options.
+foreach(prefix IN LISTS CMAKE_PREFIX_PATH)
+  if(NOT IS_DIRECTORY "${prefix}")
+    message(FATAL_ERROR "No third-party libraries at ${prefix}: run third_party/build.sh first")
+  endif()
+endforeach()
+
 option(TARVIK_TESTS "Build the tests" ON)
 option(TARVIK_BENCHMARKS "Build the benchmarks" OFF)
 option(TARVIK_FUZZ "Build the fuzz targets (clang)" OFF)

@@ -1,0 +1,26 @@
+# tarvik_program(NAME [GUI] DESCRIPTION text SOURCES file... [DEPENDS target...])
+#
+# A program that leaves the house: bin/NAME. On Windows it carries a version resource with the project's name and
+# version; GUI gives it no console. Release builds are stripped, and the same sources give the same bytes.
+function(tarvik_program name)
+  cmake_parse_arguments(ARG "GUI" "DESCRIPTION" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE tarvik_settings ${ARG_DEPENDS})
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES WIN32_EXECUTABLE ${ARG_GUI})
+    set(version_name ${name})
+    set(version_description ${ARG_DESCRIPTION})
+    set(version_flags 0)
+    if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+      set(version_flags VS_FF_DEBUG)
+    endif()
+    configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc @ONLY)
+    # A library of its own: the resource compiler knows none of the options that come with tarvik_settings.
+    add_library(${name}_version OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc)
+    target_sources(${name} PRIVATE $<TARGET_OBJECTS:${name}_version>)
+    target_link_options(${name} PRIVATE -Wl,--no-insert-timestamp)
+  endif()
+  if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_link_options(${name} PRIVATE -s)
+  endif()
+endfunction()
