@@ -1,0 +1,165 @@
+// tarvik-scan: files and folders in, one scanner process per plug-in, a table or JSON out.
+
+#include "Arguments.h"
+#include "Report.h"
+
+#include "parent/PluginFinder.h"
+#include "parent/ScanRunner.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+enum ExitCode {
+    /// Every plug-in was reported.
+    exitReported = 0,
+    /// At least one plug-in crashed, hung or ended its process.
+    exitBlamed = 1,
+    /// Bad command line, or a path that is not there.
+    exitUsage = 2,
+    /// At least one scanner process did not do its part: not started, not connected, out of protocol; or a
+    /// path that
+    /// cannot be handed to it.
+    exitScanner = 3,
+};
+
+struct Options {
+    std::vector<std::string> paths;
+    std::vector<std::string> identifiers;
+    std::vector<std::string> known;
+    std::string scanner;
+    std::string vendor = "Tarvik";
+    std::string product = "tarvik-scan";
+    double timeLimit = 75;
+    bool json = false;
+};
+
+/// TARVIK_SCANNER, or the scanner beside this program, or the one of the Windows build beside the native
+/// build.
+std::string defaultScanner() {
+    if (const char* chosen = std::getenv("TARVIK_SCANNER")) {
+        return chosen;
+    }
+    const std::string folder = programFolder();
+    const std::string beside = folder + "/TarvikPluginScanner.exe";
+    const std::string windowsBuild = folder + "/../../windows/bin/TarvikPluginScanner.exe";
+    std::error_code error;
+    return !std::filesystem::exists(beside, error) && std::filesystem::exists(windowsBuild, error)
+               ? windowsBuild
+               : beside;
+}
+
+/// Adds what the options name. Gives the reason where something cannot be read as a plug-in.
+String collect(const Options& options, std::vector<Tarvik::PluginIdentifier>& plugins) {
+    for (const std::string& path : options.paths) {
+        auto found = Tarvik::findPlugins(String(path));
+        if (!found) {
+            return found.error();
+        }
+        plugins.insert(plugins.end(), found->begin(), found->end());
+    }
+    for (const std::string& text : options.identifiers) {
+        Tarvik::PluginIdentifier identifier;
+        if (!identifier.FromString(String(text))) {
+            return String("Not an identifier: %1").arg(String(text));
+        }
+        plugins.push_back(identifier);
+    }
+    return {};
+}
+
+int exitCode(const std::vector<Tarvik::ScanOutcome>& outcomes) {
+    int code = exitReported;
+    for (const Tarvik::ScanOutcome& outcome : outcomes) {
+        if (Tarvik::blamesPlugin(outcome.verdict)) {
+            code = std::max<int>(code, exitBlamed);
+        } else if (outcome.verdict != Tarvik::ScanVerdict::reported) {
+            code = exitScanner;
+        }
+    }
+    return code;
+}
+
+int scan(const Options& options) {
+    std::vector<Tarvik::PluginIdentifier> plugins;
+    std::set<Tarvik::PluginIdentifier> known;
+    for (const std::string& text : options.known) {
+        Tarvik::PluginIdentifier identifier;
+        if (!identifier.FromString(String(text))) {
+            fmt::print(stderr, "tarvik-scan: Not an identifier: {}\n", text);
+            return exitUsage;
+        }
+        known.insert(identifier);
+    }
+    if (const String error = collect(options, plugins); !error.isEmpty()) {
+        fmt::print(stderr, "tarvik-scan: {}\n", error.c_str());
+        return exitUsage;
+    }
+
+    Tarvik::ScanLimits limits;
+    limits.total = std::chrono::milliseconds(static_cast<long long>(options.timeLimit * 1000));
+    Tarvik::ScanRunner runner(
+        {String(options.scanner), String(options.vendor), String(options.product)}, limits);
+    std::size_t done = 0;
+    const bool showProgress = standardErrorIsTerminal();
+    const auto progress = [&](const Tarvik::ScanOutcome& outcome) {
+        ++done;
+        if (showProgress) {
+            fmt::print(stderr, "\r\x1b[K[{}/{}] {}", done, plugins.size(), outcomeText(outcome));
+            std::fflush(stderr);
+        }
+    };
+    const std::vector<Tarvik::ScanOutcome> outcomes = runner.run(plugins, known, progress);
+    if (showProgress) {
+        fmt::print(stderr, "\r\x1b[K");
+    }
+    fmt::print("{}", options.json ? jsonText(outcomes) : tableText(outcomes));
+    return exitCode(outcomes);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    Options options;
+    options.scanner = defaultScanner();
+    CLI::App app("Scans audio plug-ins, each in a process of its own.", "tarvik-scan");
+    app.footer("Exit codes: 0 every plug-in was reported; 1 a plug-in crashed, hung or ended its process;\n"
+               "2 bad command line or no such path; 3 a scanner process could not do its part.");
+    app.add_option("path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
+    app.add_option(
+        "--identifier", options.identifiers,
+        "A plug-in by its identifier, such as \"VST: 'abcd',C:\\a.dll\"");
+    app.add_option(
+        "--known", options.known, "An identifier that is already known; what equals it reports \"known\"");
+    app.add_option("--scanner", options.scanner, "The scanner program")->capture_default_str();
+    app.add_option("--vendor", options.vendor, "The host vendor that plug-ins are told")
+        ->capture_default_str();
+    app.add_option("--product", options.product, "The host product that plug-ins are told")
+        ->capture_default_str();
+    app.add_option(
+           "--time-limit", options.timeLimit, "Seconds until a process is ended; its own watchdog takes 60")
+        ->check(CLI::Range(0.1, 86400.0))
+        ->capture_default_str();
+    app.add_flag("--json", options.json, "Print JSON instead of a table");
+    try {
+        std::vector<std::string> reversed = commandLineArguments(count, arguments);
+        std::reverse(reversed.begin(), reversed.end());
+        app.parse(std::move(reversed));
+        if (options.paths.empty() && options.identifiers.empty()) {
+            throw CLI::RequiredError("A path or an identifier");
+        }
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? exitReported : exitUsage;
+    }
+    try {
+        return scan(options);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "tarvik-scan: {}\n", error.what());
+        return exitScanner;
+    }
+}

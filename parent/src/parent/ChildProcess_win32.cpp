@@ -1,0 +1,159 @@
+#include "parent/ChildProcess.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <thread>
+
+namespace Tarvik {
+
+namespace {
+
+/// The form in which the C run-time's argument splitter gives the argument back unchanged.
+std::wstring quoted(const std::wstring& argument) {
+    if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == std::wstring::npos) {
+        return argument;
+    }
+    std::wstring result = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : argument) {
+        if (c == L'\\') {
+            ++backslashes;
+            continue;
+        }
+        // Backslashes are literal unless a quote follows; before a quote each one is doubled.
+        result.append(c == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
+        backslashes = 0;
+        result += c;
+    }
+    result.append(backslashes * 2, L'\\');
+    return result + L'"';
+}
+
+class Handle : noncopyable {
+public:
+    Handle() = default;
+    explicit Handle(HANDLE handle) : handle_(handle) {}
+    ~Handle() { close(); }
+
+    HANDLE get() const { return handle_; }
+    HANDLE* out() { return &handle_; }
+    void close() {
+        if (handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE) {
+            CloseHandle(handle_);
+        }
+        handle_ = nullptr;
+    }
+
+private:
+    HANDLE handle_ = nullptr;
+};
+
+String lastErrorText(const char* operation) {
+    return String("%1 failed with system error %2").arg(operation).arg(GetLastError());
+}
+
+class Win32ChildProcess final : public ChildProcess {
+public:
+    ~Win32ChildProcess() override {
+        kill();
+        if (watcher_.joinable()) {
+            watcher_.join();
+        }
+    }
+
+    String run(const std::vector<String>& command, std::function<void()> onEnd) {
+        std::wstring line;
+        for (const String& argument : command) {
+            line += (line.empty() ? L"" : L" ") + quoted(argument.toNativeWide());
+        }
+
+        *job_.out() = CreateJobObjectW(nullptr, nullptr);
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        if (job_.get() == nullptr ||
+            !SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits)) {
+            return lastErrorText("CreateJobObject");
+        }
+
+        SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+        Handle nul(CreateFileW(
+            L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+            OPEN_EXISTING, 0, nullptr));
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = startup.hStdOutput = startup.hStdError = nul.get();
+
+        // Suspended until it is in the job: nothing that it starts can slip out.
+        PROCESS_INFORMATION info{};
+        if (!CreateProcessW(
+                nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED | CREATE_NO_WINDOW, nullptr,
+                nullptr, &startup, &info)) {
+            return lastErrorText("CreateProcess");
+        }
+        *process_.out() = info.hProcess;
+        Handle thread(info.hThread);
+        if (!AssignProcessToJobObject(job_.get(), info.hProcess)) {
+            const String error = lastErrorText("AssignProcessToJobObject");
+            TerminateProcess(info.hProcess, 1);
+            return error;
+        }
+        ResumeThread(thread.get());
+
+        watcher_ = std::thread([this, onEnd = std::move(onEnd)] {
+            WaitForSingleObject(process_.get(), INFINITE);
+            DWORD code = 0;
+            const bool known = GetExitCodeProcess(process_.get(), &code) != 0;
+            code_ = code;
+            state_.store(known && !killed_ ? State::ended : State::endedUnknown, std::memory_order_release);
+            onEnd();
+        });
+        return {};
+    }
+
+    void kill() override {
+        if (state_.load(std::memory_order_acquire) == State::running) {
+            killed_ = true;
+        }
+        // The first process may be gone and its family not.
+        TerminateJobObject(job_.get(), 1);
+    }
+
+    checked_value<ExitStatus> exitStatus() const override {
+        switch (state_.load(std::memory_order_acquire)) {
+        case State::running:
+            return {};
+        case State::ended:
+            return ExitStatus{code_, false};
+        case State::endedUnknown:
+            break;
+        }
+        return ExitStatus{0, true};
+    }
+
+private:
+    enum class State { running, ended, endedUnknown };
+
+    Handle job_;
+    Handle process_;
+    std::thread watcher_;
+    std::atomic<bool> killed_{false};
+    /// Written by the watcher before it publishes state_.
+    std::uint32_t code_ = 0;
+    std::atomic<State> state_{State::running};
+};
+
+} // namespace
+
+expected<std::unique_ptr<ChildProcess>, String>
+ChildProcess::start(const std::vector<String>& command, std::function<void()> onEnd) {
+    auto process = std::make_unique<Win32ChildProcess>();
+    const String error = process->run(command, std::move(onEnd));
+    if (!error.isEmpty()) {
+        return unexpected(error);
+    }
+    return std::unique_ptr<ChildProcess>(std::move(process));
+}
+
+} // namespace Tarvik

@@ -1,0 +1,75 @@
+#include "Report.h"
+
+#include <gtest/gtest.h>
+
+namespace Tarvik {
+namespace {
+
+ScanOutcome reported(const char* name) {
+    ScanOutcome outcome;
+    outcome.asked = PluginIdentifier::ForVST("C:/p/a.dll", 0);
+    outcome.identifier = PluginIdentifier::ForVST("C:/p/a.dll", 0x64636261);
+    outcome.verdict = ScanVerdict::reported;
+    outcome.result = ScanResultEffect;
+    outcome.name = name;
+    outcome.exit = ExitStatus{0, false};
+    outcome.duration = std::chrono::milliseconds(1234);
+    return outcome;
+}
+
+ScanOutcome ended(ScanVerdict verdict, std::uint32_t code) {
+    ScanOutcome outcome = reported("");
+    outcome.verdict = verdict;
+    outcome.identifier = outcome.asked;
+    outcome.exit = ExitStatus{code, false};
+    return outcome;
+}
+
+TEST(Report, The_table_lines_up_result_name_identifier_and_seconds) {
+    EXPECT_EQ(
+        tableText({reported("Reverb"), ended(ScanVerdict::crashed, 0xC0000005)}),
+        "Result                Name    Identifier                  Seconds\n"
+        "effect                Reverb  VST: 'abcd',C:\\p\\a.dll         1.23\n"
+        "crashed (0xC0000005)          VST: 0x00000000,C:\\p\\a.dll     1.23\n");
+}
+
+TEST(Report, Letters_beyond_ascii_take_one_column) {
+    const std::string table = tableText({reported("Gr\xC3\xB6\xC3\x9F"), reported("Grau")});
+    EXPECT_NE(table.find("Gr\xC3\xB6\xC3\x9F  VST"), std::string::npos);
+    EXPECT_NE(table.find("Grau  VST"), std::string::npos);
+}
+
+TEST(Report, A_name_cannot_steer_the_terminal) {
+    const std::string table = tableText({reported("a\x1b[2Jb\xC2\x9B\x07")});
+    EXPECT_EQ(table.find('\x1b'), std::string::npos);
+    EXPECT_EQ(table.find('\x07'), std::string::npos);
+    EXPECT_EQ(table.find("\xC2\x9B"), std::string::npos);
+    EXPECT_NE(table.find("a\xEF\xBF\xBD[2Jb"), std::string::npos);
+}
+
+TEST(Report, A_name_that_is_no_utf_8_keeps_its_bytes_in_json) {
+    const std::string json = jsonText({reported("\xFF\xE9x")});
+    EXPECT_NE(json.find("\"nameBytes\" : \"ffe978\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"name\" : \"\xEF\xBF\xBD\xEF\xBF\xBDx\""), std::string::npos) << json;
+}
+
+TEST(Report, Json_tells_verdict_blame_and_code) {
+    const std::string json = jsonText({ended(ScanVerdict::hung, 2)});
+    EXPECT_NE(json.find("\"verdict\" : \"hung\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"blamed\" : true"), std::string::npos);
+    EXPECT_NE(json.find("\"exitCode\" : 2"), std::string::npos);
+    EXPECT_EQ(json.find("\"result\""), std::string::npos);
+}
+
+TEST(Report, No_outcome_is_an_empty_array) {
+    EXPECT_EQ(jsonText({}), "[]\n");
+}
+
+TEST(Report, An_empty_report_says_so) {
+    ScanOutcome outcome = reported("");
+    outcome.emptyReport = true;
+    EXPECT_EQ(outcomeText(outcome), "empty report");
+}
+
+} // namespace
+} // namespace Tarvik
