@@ -1,0 +1,57 @@
+#include "svbase/util/Directory.h"
+#include "svbase/util/File.h"
+
+#include "svbase/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using Util::File;
+
+TEST(Win32File, Text_mode_translates_line_ends_when_writing) {
+    const TemporaryDirectory directory;
+    File file(directory / u8"a");
+    ASSERT_TRUE(file.open(File::Write | File::Text));
+    ASSERT_TRUE(file.write("a\nb", 3));
+    ASSERT_TRUE(file.close());
+    EXPECT_EQ(directory.bytes(u8"a"), "a\r\nb");
+}
+
+TEST(Win32File, A_text_read_that_consumes_the_count_zero_fills_the_rest) {
+    const TemporaryDirectory directory;
+    File file(directory.file(u8"a", "a\r\nb\r\nc"));
+    ASSERT_TRUE(file.open(File::Read | File::Text));
+    char buffer[8] = "-------";
+    ASSERT_TRUE(file.read(buffer, 7));
+    EXPECT_EQ(std::string(buffer, 8), std::string("a\nb\nc\0\0\0", 8));
+}
+
+TEST(Win32File, A_text_read_that_consumes_another_count_fails_with_the_difference) {
+    const TemporaryDirectory directory;
+    File file(directory.file(u8"a", "a\r\nb\r\nc"));
+    ASSERT_TRUE(file.open(File::Read | File::Text));
+    char buffer[8] = {};
+    const auto got = file.read(buffer, 2);
+    ASSERT_FALSE(got);
+    EXPECT_EQ(got.error().message().toStdString(), "Attempt to read 2 bytes, only read 3 bytes");
+    EXPECT_EQ(got.error().code(), 3U);
+}
+
+TEST(Win32File, Paths_longer_than_260_units_work) {
+    const TemporaryDirectory directory;
+    const String name(std::string(100, 'n'));
+    const String deep = (directory / u8"x") + "/" + name + "/" + name + "/" + name;
+    ASSERT_TRUE(Util::Directory(deep).create(true));
+    File file(deep + "/file");
+    ASSERT_TRUE(file.open(File::Write));
+    ASSERT_TRUE(file.write("abc", 3));
+    ASSERT_TRUE(file.close());
+    EXPECT_EQ(file.size(), 3U);
+    EXPECT_TRUE(file.exists());
+    EXPECT_TRUE(file.modificationTime());
+}
+
+} // namespace
