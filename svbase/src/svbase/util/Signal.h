@@ -191,7 +191,7 @@ public:
     /// The slot is not called any more, also not later in the present round. It keeps its room, and what its
     /// function holds, until its listener is gone. A connection of another signal is ignored.
     void disconnect(const Connection& connection) {
-        if (connection.internals_ == internals_) {
+        if (connection.internals_ && connection.internals_ == internals_) {
             internals_->disconnect(connection.slot_);
         }
     }
