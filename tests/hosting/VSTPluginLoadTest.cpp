@@ -8,8 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,17 +23,6 @@ using testing::Not;
 
 std::unique_ptr<VSTPlugin> hostFile(const String& path) {
     return std::make_unique<VSTPlugin>(path, 48000.0f, 1u, true, checked_value<std::int32_t>{}, "", "");
-}
-
-std::filesystem::path filePath(const String& path) {
-    return std::filesystem::u8path(path.toStdString());
-}
-
-String writeFile(const char* name, const std::vector<std::uint8_t>& bytes) {
-    const String path = String("%1/%2").arg(MakeTestDirectory()).arg(name);
-    std::ofstream file(filePath(path), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    return path;
 }
 
 TEST(VSTPluginLoad, A_scan_dispatches_exactly_what_it_needs) {
@@ -232,11 +219,12 @@ TEST(VSTPluginLoad, A_missing_file_is_invalid_and_of_no_architecture) {
 }
 
 TEST(VSTPluginLoad, Files_that_are_no_library_are_invalid_and_of_no_architecture) {
+    const TestDirectory directory;
     const std::string text = "This is a text and no library at all; nothing in it is a header.\n";
     for (const std::vector<std::uint8_t>& bytes :
          {std::vector<std::uint8_t>{}, std::vector<std::uint8_t>(text.begin(), text.end()),
           std::vector<std::uint8_t>{'M', 'Z'}, std::vector<std::uint8_t>{0x7F, 'E', 'L', 'F'}}) {
-        const auto plugin = hostFile(writeFile("Odd.dll", bytes));
+        const auto plugin = hostFile(directory.Write("Odd.dll", bytes));
         EXPECT_FALSE(plugin->IsValid());
         EXPECT_FALSE(plugin->IsArchitectureSupported());
         EXPECT_EQ(plugin->GetName().toStdString(), "Odd");
@@ -249,16 +237,14 @@ TEST(VSTPluginLoad, An_empty_path_is_invalid) {
     EXPECT_FALSE(plugin->IsArchitectureSupported());
 }
 
-TEST(VSTPluginLoad, A_library_loads_from_a_path_of_spaces_foreign_letters_and_length) {
-    const String directory = MakeTestDirectory();
+TEST(VSTPluginLoad, A_library_loads_from_a_path_of_spaces_foreign_letters_and_commas) {
+    const TestDirectory directory;
     for (const char* name : {
              "with spaces.dll",
              "\xC3\xA4\xC3\xB6\xC3\xBC \xE6\x97\xA5\xE6\x9C\xAC.dll",
              "with,comma.dll",
          }) {
-        const String path = String("%1/%2").arg(directory).arg(name);
-        std::filesystem::copy_file(filePath(EffectLibraryPath("core.dll")), filePath(path));
-        const auto plugin = hostFile(path);
+        const auto plugin = hostFile(directory.Copy(EffectLibraryPath("core.dll"), name));
         EXPECT_TRUE(plugin->IsCoreLibrary()) << name;
         EXPECT_TRUE(plugin->IsArchitectureSupported()) << name;
         EXPECT_EQ(plugin->GetName().toStdString() + ".dll", name);
