@@ -10,7 +10,7 @@ namespace {
 
 void crash() {
     Sleep(TEST_DELAY_MS);
-    int* volatile nowhere = nullptr;
+    volatile int* volatile nowhere = nullptr;
     *nowhere = 1;
 }
 

@@ -43,22 +43,26 @@ constexpr DWORD codeOfStructuredException = 0xE0000049; // lowest bits 73
 
 volatile bool always = true;
 
-int overflow(int depth) {
+// Each call hands its frame to the next: what is passed on cannot be turned into a loop.
+__attribute__((noinline)) int overflow(volatile char* callers) {
     volatile char area[4096];
-    area[depth % 4096] = static_cast<char>(depth);
-    return always ? overflow(depth + 1) + area[0] : 0;
+    area[0] = callers[0];
+    return always ? overflow(area) + area[0] : 0;
 }
 
 void commit(Vice which) {
     switch (which) {
     case Vice::null_write: {
-        int* volatile nowhere = nullptr;
+        volatile int* volatile nowhere = nullptr;
         *nowhere = 1;
         break;
     }
-    case Vice::stack_overflow:
-        overflow(0);
+    case Vice::stack_overflow: {
+        volatile char first = 0;
+        overflow(&first);
         break;
+    }
+
     case Vice::abort:
         std::abort();
     case Vice::exit_0:

@@ -13,7 +13,6 @@ ODD_NAMES = {
     'comma': 'With,Comma.dll',
     'letters': 'Ünïcödé Łąć 音楽.dll',
     'upper_case_ending': 'UpperCaseEnding.DLL',
-    'no_ending': 'NoEnding',
     'dots': 'Two.Dots.dll',
 }
 LONG_PATH_LENGTH = 300
