@@ -16,6 +16,33 @@ function(tarvik_room name)
     target_include_directories(${name} INTERFACE src)
     target_link_libraries(${name} INTERFACE tarvik_settings ${ARG_DEPENDS})
   endif()
+  tarvik_check_headers(${name})
+endfunction()
+
+# Has the target header_check compile each header of the room by itself, so that none leans on what its users
+# happen to include before it. Files that are made for repeated inclusion are named *-inl.h and stay out.
+add_custom_target(header_check)
+function(tarvik_check_headers name)
+  set(root ${CMAKE_CURRENT_SOURCE_DIR}/src)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${root} ${root}/*.h)
+  list(FILTER headers EXCLUDE REGEX "-inl\\.h$")
+  if(WIN32)
+    list(FILTER headers EXCLUDE REGEX "_posix\\.h$")
+  else()
+    list(FILTER headers EXCLUDE REGEX "_win32\\.h$")
+  endif()
+  set(sources)
+  foreach(header IN LISTS headers)
+    set(source ${CMAKE_CURRENT_BINARY_DIR}/headers/${header}.cpp)
+    # Twice: a header without a guard does not survive that.
+    file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${header}\"\n#include \"${header}\"\n")
+    list(APPEND sources ${source})
+  endforeach()
+  if(sources)
+    add_library(${name}_headers OBJECT EXCLUDE_FROM_ALL ${sources})
+    target_link_libraries(${name}_headers PRIVATE ${name})
+    add_dependencies(header_check ${name}_headers)
+  endif()
 endfunction()
 
 # Drops the sources of the other platform from the named list.

@@ -1,0 +1,34 @@
+#!/bin/bash
+# scan.sh [OPTION...] [FILE|FOLDER...]
+#
+# Builds the scanner and scans the named libraries, or the sample plug-ins if none is named. Options are those of
+# tarvik-scan: see `./scan.sh --help`. As root on Debian 12 it installs what is missing first.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+jobs=${JOBS:-$(nproc)}
+log=$here/build/logs/scan.log
+mkdir -p "$here/build/logs"
+
+# What is built goes to the log: the table alone is for standard output.
+quietly() {
+  "$@" >>"$log" 2>&1 </dev/null || { tail -40 "$log" >&2; echo "scan.sh: failed: $*; all of it: $log" >&2; exit 1; }
+}
+cd "$here"
+: >"$log"
+quietly cmake/setup.sh
+quietly third_party/build.sh
+quietly cmake --preset windows
+quietly ninja -C build/windows -j "$jobs" TarvikPluginScanner sample_plugins
+quietly cmake --preset native
+quietly ninja -C build/native -j "$jobs" tarvik-scan
+cd - >/dev/null
+
+. "$here/cmake/wine-env.sh"
+wine_start || { echo "scan.sh: Wine does not start" >&2; exit 1; }
+trap wine_stop EXIT
+targets=0
+for argument; do
+  case $argument in -*) ;; *) targets=1 ;; esac
+done
+[ $targets = 1 ] || set -- "$@" "$here/build/windows/bin/plugins/samples"
+"$here/build/native/bin/tarvik-scan" "$@"

@@ -1,0 +1,162 @@
+#!/bin/bash
+# test.sh [--quick] [--offline] [STAGE...]
+#
+# Builds and tests everything, from nothing if need be; as root on Debian 12 it installs what is missing first.
+# --quick does the inner loop alone: the portable code under AddressSanitizer and UndefinedBehaviorSanitizer.
+# --offline fetches nothing. Named stages are run alone, in the order of `test.sh --list`.
+#
+# Every stage's output stands in build/logs/<stage>.log; that of a failing stage is shown. Stages that failed do not
+# keep later ones from being run. Ends with the number of tests passed and failed, a check counting as one test, and
+# is successful only if nothing failed.
+#
+# JOBS  compilers and tests at a time, one per processor if unset
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+jobs=${JOBS:-$(nproc)}
+logs=$PWD/build/logs
+offline=()
+
+# ---- the stages -----------------------------------------------------------------------------------------------
+
+all_stages=(setup third-party format native-asan headers native-tsan native fuzz windows windows-debug tidy)
+quick_stages=(setup third-party native-asan)
+
+stage_setup() {
+  if [ ${#offline[@]} -gt 0 ]; then cmake/setup.sh --check; else cmake/setup.sh; fi
+}
+
+stage_third-party() { third_party/build.sh "${offline[@]}"; }
+
+stage_format() { git ls-files -z '*.cpp' '*.h' | xargs -0 -r clang-format-19 --dry-run -Werror; }
+
+stage_native-asan() {
+  export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1
+  build native-asan && run_tests native-asan
+}
+
+stage_headers() { configure native-asan && compile native-asan header_check && configure windows && compile windows header_check; }
+
+stage_native-tsan() {
+  export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+  # ThreadSanitizer of this compiler does not know every address layout that a kernel may choose.
+  local fixed_layout=()
+  setarch --addr-no-randomize true 2>/dev/null && fixed_layout=(setarch --addr-no-randomize)
+  build native-tsan && run_tests native-tsan "${fixed_layout[@]}"
+}
+
+stage_native() { build native && run_tests native; }
+
+stage_fuzz() {
+  build native-fuzz || return 1
+  local target name
+  mkdir -p build/fuzz
+  for target in build/native-fuzz/bin/*; do
+    name=$(basename "$target")
+    mkdir -p "build/fuzz/$name" "fuzz/corpus/$name"
+    echo "$name"
+  done | xargs -P "$jobs" -I{} sh -c '
+    build/native-fuzz/bin/{} -max_total_time='"${FUZZ_SECONDS:-20}"' -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+      -artifact_prefix=build/fuzz/{}- build/fuzz/{} fuzz/corpus/{} >build/logs/fuzz-{}.log 2>&1
+    status=$?
+    grep -h "stat::number_of_executed_units" build/logs/fuzz-{}.log | sed "s/^stat::number_of_executed_units:/{}: executions/"
+    [ $status = 0 ] || { tail -40 build/logs/fuzz-{}.log; echo "{}: failed with $status"; exit 1; }'
+}
+
+stage_windows() { on_windows windows; }
+
+stage_windows-debug() { on_windows windows-debug; }
+
+stage_tidy() { build native && cmake/tidy.py build/native && build native-fuzz && cmake/tidy.py build/native-fuzz; }
+
+# ---- how they are made ----------------------------------------------------------------------------------------
+
+configure() { cmake --preset "$1" -Wno-dev >"$logs/$1-configure.log" 2>&1 || { cat "$logs/$1-configure.log"; return 1; }; }
+
+compile() { ninja -C "build/$1" -j "$jobs" ${2:+"$2"}; }
+
+build() { configure "$1" && compile "$1"; }
+
+# Tests of one preset, with their numbers left in the file that the sum is made from.
+run_tests() { # PRESET [command to run ctest with...]
+  local preset=$1 status
+  shift
+  "$@" ctest --preset "$preset" -j "$jobs" --no-tests=error --output-junit "$logs/$preset-tests.xml"
+  status=$?
+  sed -nE '/<testsuite/,/>/{s/.*[[:space:]](tests|failures|skipped)="([0-9]+)".*/\1 \2/p}' "$logs/$preset-tests.xml" \
+    >"$logs/$stage.count"
+  return $status
+}
+
+on_windows() {
+  . cmake/wine-env.sh
+  build "$1" || return 1
+  wine_start || { echo "Wine does not start"; return 1; }
+  local status=0
+  run_tests "$1" || status=1
+  wine_stop
+  return $status
+}
+
+count() { # FIELD: a number that ctest left for this stage
+  awk -v field="$1" '$1 == field { sum += $2 } END { print sum + 0 }' "$logs/$stage.count"
+}
+
+passed=0 failed=0 failed_stages=()
+run_stage() {
+  stage=$1
+  local began=$SECONDS result=passed tests=
+  echo "== $stage"
+  rm -f "$logs/$stage.count"
+  if ! ("stage_$stage") >"$logs/$stage.log" 2>&1 </dev/null; then
+    result=FAILED
+    failed_stages+=("$stage")
+    tail -150 "$logs/$stage.log"
+    echo "== $stage FAILED; all of it: build/logs/$stage.log"
+  fi
+  if [ -s "$logs/$stage.count" ]; then
+    local ran failures
+    ran=$(($(count tests) - $(count skipped)))
+    failures=$(count failures)
+    tests="$((ran - failures)) of $ran tests"
+    [ "$(count skipped)" = 0 ] || tests="$tests, $(count skipped) skipped"
+    passed=$((passed + ran - failures)) failed=$((failed + failures))
+    # A stage may fail beside its tests: it must show in the sum.
+    [ $result = passed ] || [ "$failures" != 0 ] || failed=$((failed + 1))
+  elif [ $result = passed ]; then
+    passed=$((passed + 1))
+  else
+    failed=$((failed + 1))
+  fi
+  table+=$(printf '%-14s %-7s %5d s  %s' "$stage" "$result" $((SECONDS - began)) "$tests")$'\n'
+  echo "== $stage $result, $((SECONDS - began)) s${tests:+, $tests}"
+  [ $result = passed ]
+}
+
+stages=()
+for argument; do
+  case $argument in
+    --quick) stages=("${quick_stages[@]}") ;;
+    --offline) offline=(--offline) ;;
+    --list) printf '%s\n' "${all_stages[@]}"; exit 0 ;;
+    *)
+      declare -F "stage_$argument" >/dev/null || { sed -n '2,12s/^# \{0,1\}//p' "${BASH_SOURCE[0]}"; exit 2; }
+      stages+=("$argument")
+      ;;
+  esac
+done
+[ ${#stages[@]} -gt 0 ] || stages=("${all_stages[@]}")
+
+mkdir -p "$logs"
+table=
+trap 'exit 130' INT TERM
+for stage in "${stages[@]}"; do
+  if ! run_stage "$stage" && { [ "$stage" = setup ] || [ "$stage" = third-party ]; }; then
+    echo "Nothing can be built without that."
+    break
+  fi
+done
+echo
+printf '%s' "$table"
+[ ${#failed_stages[@]} = 0 ] || echo "Failed: ${failed_stages[*]}"
+echo "$passed passed, $failed failed"
+[ $failed = 0 ]
