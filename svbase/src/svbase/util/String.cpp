@@ -271,14 +271,6 @@ String String::arg(char value) const {
     return arg(String(std::string(1, value)));
 }
 
-String String::arg(float value, checked_value<unsigned> precision, char formatLetter) const {
-    return arg(number(value, precision, formatLetter));
-}
-
-String String::arg(double value, checked_value<unsigned> precision, char formatLetter) const {
-    return arg(number(value, precision, formatLetter));
-}
-
 String& String::operator+=(const String& text) {
     if (!text.text_.empty()) {
         text_ += text.text_;

@@ -16,6 +16,10 @@ concept TextInteger =
     std::integral<T> && !std::same_as<T, char> && !std::same_as<T, bool> && !std::same_as<T, wchar_t> &&
     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
+/// The floating types that print as numbers.
+template<class T>
+concept TextFloat = std::same_as<T, float> || std::same_as<T, double>;
+
 /// The text of the whole system: a null flag and UTF-8 bytes, never interpreted as code points except where
 /// an operation says so. The null String and the empty String are different values that compare equal.
 /// Positions and lengths are in bytes, unsigned 32-bit. A plain value: distinct objects may be used on
@@ -118,8 +122,10 @@ public:
     }
     /// formatLetter: one of e f g E F G, else f. The decimal separator is the process's (see
     /// decimalSeparator()).
-    static String number(float value, checked_value<unsigned> precision = {}, char formatLetter = 'f');
-    static String number(double value, checked_value<unsigned> precision = {}, char formatLetter = 'f');
+    template<TextFloat T>
+    static String number(T value, checked_value<unsigned> precision = {}, char formatLetter = 'f') {
+        return real(value, precision, formatLetter);
+    }
 
     /// Parsers. ',' and '.' both read as the decimal point; full-width digits are digits. Trailing characters
     /// are invalid. An empty text is invalid, except for toInt, where it is 0.
@@ -141,8 +147,10 @@ public:
     String arg(T value, unsigned base = 10, checked_value<unsigned> minWidth = {}) const {
         return arg(number(value, base, minWidth));
     }
-    String arg(float value, checked_value<unsigned> precision = {}, char formatLetter = 'f') const;
-    String arg(double value, checked_value<unsigned> precision = {}, char formatLetter = 'f') const;
+    template<TextFloat T>
+    String arg(T value, checked_value<unsigned> precision = {}, char formatLetter = 'f') const {
+        return arg(number(value, precision, formatLetter));
+    }
 
     /// The process-wide decimal separator, read once at start-up from the user's locale. [any]
     static char decimalSeparator();
@@ -174,6 +182,7 @@ private:
     static String integer(std::uint32_t value, unsigned base, checked_value<unsigned> minWidth);
     static String integer(std::int64_t value, unsigned base, checked_value<unsigned> minWidth);
     static String integer(std::uint64_t value, unsigned base, checked_value<unsigned> minWidth);
+    static String real(double value, checked_value<unsigned> precision, char formatLetter);
     static int compare(const String& a, const String& b);
 
     bool isNull_ = true;

@@ -180,11 +180,7 @@ String String::integer(std::uint64_t value, unsigned base, checked_value<unsigne
     return digits(value, wideBase(base), minWidth, false);
 }
 
-String String::number(float value, checked_value<unsigned> precision, char formatLetter) {
-    return number(static_cast<double>(value), precision, formatLetter);
-}
-
-String String::number(double value, checked_value<unsigned> precision, char formatLetter) {
+String String::real(double value, checked_value<unsigned> precision, char formatLetter) {
     if (formatLetter == '\0' || std::strchr("efgEFG", formatLetter) == nullptr) {
         formatLetter = 'f';
     }
