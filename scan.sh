@@ -18,7 +18,7 @@ cd "$here"
 quietly cmake/setup.sh
 quietly third_party/build.sh
 quietly cmake --preset windows
-quietly ninja -C build/windows -j "$jobs" TarvikPluginScanner sample_plugins
+quietly ninja -C build/windows -j "$jobs" TarvikPluginScanner TarvikScannerLauncher sample_plugins
 quietly cmake --preset native
 quietly ninja -C build/native -j "$jobs" tarvik-scan
 cd - >/dev/null
@@ -26,9 +26,16 @@ cd - >/dev/null
 . "$here/cmake/wine-env.sh"
 wine_start || { echo "scan.sh: Wine does not start" >&2; exit 1; }
 trap wine_stop EXIT
-targets=0
+# Without anything to scan, the samples. Options with a value of their own do not name something to scan.
+targets=0 skip=0
 for argument; do
-  case $argument in -*) ;; *) targets=1 ;; esac
+  if [ $skip = 1 ]; then skip=0; continue; fi
+  case $argument in
+    --scanner | --known | --vendor | --product | --time-limit) skip=1 ;;
+    --identifier | --identifier=*) targets=1 ;;
+    -*) ;;
+    *) targets=1 ;;
+  esac
 done
 [ $targets = 1 ] || set -- "$@" "$here/build/windows/bin/plugins/samples"
 "$here/build/native/bin/tarvik-scan" "$@"

@@ -17,6 +17,7 @@ endforeach()
 
 option(TARVIK_TESTS "Build the tests" ON)
 option(TARVIK_BENCHMARKS "Build the benchmarks" OFF)
+option(TARVIK_WERROR "Treat warnings as errors; off for compilers that nobody has tried" ON)
 option(TARVIK_FUZZ "Build the fuzz targets (clang)" OFF)
 set(TARVIK_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target")
 option(TARVIK_SANITIZE_TRAP "Trap on a finding instead of reporting it" OFF)
@@ -30,7 +31,7 @@ endif()
 # Everything compiled here, tests included, goes through this interface.
 add_library(tarvik_settings INTERFACE)
 target_compile_options(tarvik_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${TARVIK_WERROR}>:-Werror>
   # GCC 12 sees overlapping copies in every std::string assigned from a literal (its bug 105651).
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
   # Throw sites name their source file: relative to the tree, wherever the tree stands.
