@@ -1,0 +1,112 @@
+#include "dsp/FFTPool.h"
+
+#include "AllocationCount.h"
+#include "dsp/KernelFailure.h"
+
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace DSP::Testing {
+namespace {
+
+using Util::FFTPool;
+
+TEST(FFTPoolTest, Keeps_its_name) {
+    EXPECT_STREQ(FFTPool("PluginFFTPool").GetName().c_str(), "PluginFFTPool");
+}
+
+TEST(FFTPoolTest, Preparing_twice_makes_one_state) {
+    FFTPool pool("pool");
+    pool.Prepare(8);
+    const FFT* state = pool.Get(8);
+    const std::size_t before = GetAllocationCount();
+    pool.Prepare(8);
+    EXPECT_EQ(pool.Get(8), state);
+    EXPECT_EQ(GetAllocationCount(), before);
+}
+
+TEST(FFTPoolTest, An_order_past_the_pool_is_null_and_prepares_nothing) {
+    FFTPool pool("pool", 10);
+    pool.Prepare(10);
+    EXPECT_EQ(pool.Get(10), nullptr);
+    EXPECT_EQ(pool.Get(4000000000U), nullptr);
+    EXPECT_NE(pool.Get(9), nullptr);
+    FFTPool largest("pool", 1000);
+    EXPECT_EQ(largest.Get(maxFFTOrder + 1), nullptr);
+}
+
+TEST(FFTPoolTest, An_order_that_was_not_prepared_is_prepared_on_demand) {
+    FFTPool pool("pool");
+    const FFT* state = pool.Get(5);
+    ASSERT_NE(state, nullptr);
+    EXPECT_EQ(state->GetOrder(), 5U);
+    EXPECT_EQ(pool.Get(5), state);
+}
+
+TEST(FFTPoolTest, The_buffer_serves_every_prepared_order) {
+    FFTPool pool("pool");
+    EXPECT_EQ(pool.GetBuffer(), nullptr);
+    for (const unsigned order : {1U, 12U, 6U}) {
+        pool.Prepare(order);
+    }
+    ASSERT_NE(pool.GetBuffer(), nullptr);
+    for (const unsigned order : {12U, 6U, 1U}) {
+        std::vector<float> signal(std::size_t{1} << order, 0.0F);
+        signal[1] = 1.0F;
+        std::vector<float> data(signal.size());
+        const FFT* fft = pool.Get(order);
+        fft->Forward(signal.data(), data.data(), pool.GetBuffer());
+        fft->Inverse(data.data(), data.data(), pool.GetBuffer());
+        for (std::size_t i = 0; i < data.size(); ++i) {
+            EXPECT_NEAR(data[i], signal[i], 1e-6F);
+        }
+    }
+}
+
+TEST(FFTPoolTest, A_smaller_order_leaves_the_buffer_where_it_is) {
+    FFTPool pool("pool");
+    pool.Prepare(10);
+    const void* buffer = pool.GetBuffer();
+    pool.Prepare(7);
+    EXPECT_EQ(pool.GetBuffer(), buffer);
+}
+
+TEST(FFTPoolTest, Getting_a_prepared_order_allocates_nothing) {
+    FFTPool pool("pool");
+    pool.Prepare(9);
+    const std::size_t before = GetAllocationCount();
+    EXPECT_NE(pool.Get(9), nullptr);
+    EXPECT_EQ(GetAllocationCount(), before);
+}
+
+TEST(FFTPoolTest, Threads_that_ask_at_once_get_one_state_each_order) {
+    FFTPool pool("pool");
+    constexpr unsigned numThreads = 4;
+    std::vector<std::vector<const FFT*>> seen(numThreads);
+    std::vector<std::thread> threads;
+    for (unsigned t = 0; t < numThreads; ++t) {
+        threads.emplace_back([&pool, &seen, t] {
+            for (unsigned order = 1; order <= 9; ++order) {
+                seen[t].push_back(pool.Get((order + t) % 9 + 1));
+                if (seen[t].back()->GetOrder() != (order + t) % 9 + 1) {
+                    seen[t].back() = nullptr;
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (unsigned t = 0; t < numThreads; ++t) {
+        for (unsigned order = 1; order <= 9; ++order) {
+            EXPECT_EQ(seen[t][order - 1], pool.Get((order + t) % 9 + 1));
+            EXPECT_NE(seen[t][order - 1], nullptr);
+        }
+    }
+}
+
+} // namespace
+} // namespace DSP::Testing
