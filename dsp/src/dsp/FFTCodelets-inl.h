@@ -359,11 +359,10 @@ HWY_INLINE Complex<V4> Reversed(Complex<V4> v) {
 
 inline void Forward32(const FFTPlan&, const float* in, float* out, void*) noexcept {
     const Four d;
-    const InterleavedInput input{in};
-    Complex<V4> x0 = input.Load(d, 0);
-    Complex<V4> x1 = input.Load(d, 4);
-    Complex<V4> x2 = input.Load(d, 8);
-    Complex<V4> x3 = input.Load(d, 12);
+    Complex<V4> x0 = LoadPairs(d, in);
+    Complex<V4> x1 = LoadPairs(d, in + 8);
+    Complex<V4> x2 = LoadPairs(d, in + 16);
+    Complex<V4> x3 = LoadPairs(d, in + 24);
     Transform16(x0, x1, x2, x3);
     const Complex<V4> low1{ShiftOne(x1.re, x0.re), ShiftOne(x1.im, x0.im)};
     const Complex<V4> low5{ShiftOne(x2.re, x1.re), ShiftOne(x2.im, x1.im)};
@@ -383,15 +382,14 @@ inline void Forward32(const FFTPlan&, const float* in, float* out, void*) noexce
 
 inline void Inverse32(const FFTPlan&, const float* in, float* out, void*) noexcept {
     const Four d;
-    const InterleavedInput input{in};
     constexpr float scale = 0.03125F;
     const float re = scale * (in[0] + in[1]);
     const float im = scale * (in[0] - in[1]);
     const BinPair<V4> outer = JoinBins(
-        d, input.Load(d, 1), Reversed(input.Load(d, 12)), SplitFactors32(0), hn::Set(d, scale),
+        d, LoadPairs(d, in + 2), Reversed(LoadPairs(d, in + 24)), SplitFactors32(0), hn::Set(d, scale),
         hn::Set(d, 2 * scale));
     const BinPair<V4> inner = JoinBins(
-        d, input.Load(d, 5), Reversed(input.Load(d, 8)), SplitFactors32(1), hn::Set(d, scale),
+        d, LoadPairs(d, in + 10), Reversed(LoadPairs(d, in + 16)), SplitFactors32(1), hn::Set(d, scale),
         hn::Set(d, 2 * scale));
     // Parts exchanged: the forward transform then computes the inverse one.
     Complex<V4> x0{
@@ -405,11 +403,10 @@ inline void Inverse32(const FFTPlan&, const float* in, float* out, void*) noexce
     Complex<V4> x2{high8.im, high8.re};
     Complex<V4> x3{high12.im, high12.re};
     Transform16(x0, x1, x2, x3);
-    const ExchangedInterleavedOutput output{out};
-    output.Store(d, x0, 0);
-    output.Store(d, x1, 4);
-    output.Store(d, x2, 8);
-    output.Store(d, x3, 12);
+    StorePairs(d, Complex<V4>{x0.im, x0.re}, out);
+    StorePairs(d, Complex<V4>{x1.im, x1.re}, out + 8);
+    StorePairs(d, Complex<V4>{x2.im, x2.re}, out + 16);
+    StorePairs(d, Complex<V4>{x3.im, x3.re}, out + 24);
 }
 
 #endif

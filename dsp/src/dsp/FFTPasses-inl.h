@@ -12,6 +12,7 @@
 #define DSP_FFT_PASSES_INL_H
 #endif
 
+#include "dsp/FFTShuffles-inl.h"
 #include "dsp/HighwayTargets.h"
 
 #include <cstddef>
@@ -21,18 +22,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace DSP {
 namespace HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Wide = hn::CappedTag<float, 8>;
-using Four = hn::CappedTag<float, 4>;
-
-/// Complex numbers, as many as the tag has lanes.
-template<class V>
-struct Complex {
-    V re;
-    V im;
-};
 
 template<class V>
 HWY_INLINE Complex<V> operator+(Complex<V> a, Complex<V> b) {
@@ -60,15 +49,6 @@ HWY_INLINE Complex<V> TimesConjugate(Complex<V> a, Complex<V> b) {
     return {hn::MulAdd(a.im, b.im, hn::Mul(a.re, b.re)), hn::NegMulAdd(a.re, b.im, hn::Mul(a.im, b.re))};
 }
 
-template<class D>
-HWY_INLINE Complex<hn::Vec<D>> LoadSplit(D d, const float* re, const float* im) {
-    return {hn::LoadU(d, re), hn::LoadU(d, im)};
-}
-template<class D>
-HWY_INLINE void StoreSplit(D d, Complex<hn::Vec<D>> value, float* re, float* im) {
-    hn::StoreU(value.re, d, re);
-    hn::StoreU(value.im, d, im);
-}
 template<class D>
 HWY_INLINE Complex<hn::Vec<D>> SetSplit(D d, const float* factor) {
     return {hn::Set(d, factor[0]), hn::Set(d, factor[1])};
@@ -126,10 +106,9 @@ HWY_INLINE void Butterfly8(
 
 #if HWY_TARGET == HWY_SCALAR
 
-/// Stores lane l of the eight rows as eight floats at out + 8 * l.
 template<class D, class V = hn::Vec<D>>
 HWY_INLINE void
-StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY_RESTRICT out) {
+StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, bool, float* HWY_RESTRICT out) {
     const V rows[8] = {r0, r1, r2, r3, r4, r5, r6, r7};
     for (std::size_t row = 0; row < 8; ++row) {
         hn::StoreU(rows[row], d, out + row);
@@ -138,7 +117,7 @@ StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY
 
 #else
 
-/// Rows become columns. Four lanes.
+/// Rows become columns, in each block of four lanes.
 template<class D, class V = hn::Vec<D>>
 HWY_INLINE void Transpose4(D d, V& r0, V& r1, V& r2, V& r3) {
     const V a = hn::InterleaveLower(d, r0, r2);
@@ -151,11 +130,11 @@ HWY_INLINE void Transpose4(D d, V& r0, V& r1, V& r2, V& r3) {
     r3 = hn::InterleaveUpper(d, b, e);
 }
 
-/// Stores lane l of the eight rows as eight floats at out + 8 * l.
+/// Stores lane l of the eight rows as eight floats at out + 8 * l, at out + 8 * GetShuffled(l) when the lanes
+/// are shuffled.
 template<class D, class V = hn::Vec<D>>
-HWY_INLINE void
-StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY_RESTRICT out) {
-    // Within each block of four lanes.
+HWY_INLINE void StoreTransposed8(
+    D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, bool shuffled, float* HWY_RESTRICT out) {
     Transpose4(d, r0, r1, r2, r3);
     Transpose4(d, r4, r5, r6, r7);
     if constexpr (hn::MaxLanes(D()) == 4) {
@@ -168,12 +147,14 @@ StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY
         hn::StoreU(r3, d, out + 24);
         hn::StoreU(r7, d, out + 28);
     } else {
+        const std::size_t third = shuffled ? 32 : 16;
+        const std::size_t fifth = shuffled ? 16 : 32;
         hn::StoreU(hn::ConcatLowerLower(d, r4, r0), d, out);
         hn::StoreU(hn::ConcatLowerLower(d, r5, r1), d, out + 8);
-        hn::StoreU(hn::ConcatLowerLower(d, r6, r2), d, out + 16);
-        hn::StoreU(hn::ConcatLowerLower(d, r7, r3), d, out + 24);
-        hn::StoreU(hn::ConcatUpperUpper(d, r4, r0), d, out + 32);
-        hn::StoreU(hn::ConcatUpperUpper(d, r5, r1), d, out + 40);
+        hn::StoreU(hn::ConcatLowerLower(d, r6, r2), d, out + third);
+        hn::StoreU(hn::ConcatLowerLower(d, r7, r3), d, out + third + 8);
+        hn::StoreU(hn::ConcatUpperUpper(d, r4, r0), d, out + fifth);
+        hn::StoreU(hn::ConcatUpperUpper(d, r5, r1), d, out + fifth + 8);
         hn::StoreU(hn::ConcatUpperUpper(d, r6, r2), d, out + 48);
         hn::StoreU(hn::ConcatUpperUpper(d, r7, r3), d, out + 56);
     }
@@ -181,18 +162,19 @@ StoreTransposed8(D d, V r0, V r1, V r2, V r3, V r4, V r5, V r6, V r7, float* HWY
 
 #endif
 
-/// Where a first pass reads: pairs of real and imaginary part.
-struct InterleavedInput {
+/// Where a first pass reads. `shuffled`: its lanes come in the order of GetShuffled; for the others it is the
+/// eight results of each position that are left in that order, so that the last pass can write pairs.
+struct ShuffledPairsInput {
+    static constexpr bool shuffled = true;
     const float* data;
     template<class D>
     HWY_INLINE Complex<hn::Vec<D>> Load(D d, std::size_t index) const {
-        Complex<hn::Vec<D>> value;
-        hn::LoadInterleaved2(d, data + 2 * index, value.re, value.im);
-        return value;
+        return LoadPairsShuffled(d, data + 2 * index);
     }
 };
 
 struct SplitInput {
+    static constexpr bool shuffled = false;
     const float* re;
     const float* im;
     template<class D>
@@ -210,13 +192,13 @@ struct SplitOutput {
     }
 };
 
-/// Where a last pass writes when its result is the imaginary part followed by the real part: the inverse
-/// transform is the forward one with the parts exchanged on both sides.
-struct ExchangedInterleavedOutput {
+/// Where a last pass writes when its result is the imaginary part followed by the real part, the inverse
+/// transform being the forward one with the parts exchanged on both sides, and when its lanes are shuffled.
+struct ExchangedShuffledPairsOutput {
     float* data;
     template<class D>
     HWY_INLINE void Store(D d, Complex<hn::Vec<D>> value, std::size_t index) const {
-        hn::StoreInterleaved2(value.im, value.re, d, data + 2 * index);
+        StorePairsShuffled(d, Complex<hn::Vec<D>>{value.im, value.re}, data + 2 * index);
     }
 };
 
@@ -247,8 +229,17 @@ HWY_INLINE void FirstPass8(
         x6 = Times(x6, LoadSplit(d, factors + 10 * lanes, factors + 11 * lanes));
         x7 = Times(x7, LoadSplit(d, factors + 12 * lanes, factors + 13 * lanes));
         factors += 14 * lanes;
-        StoreTransposed8(d, x0.re, x1.re, x2.re, x3.re, x4.re, x5.re, x6.re, x7.re, outRe + 8 * p);
-        StoreTransposed8(d, x0.im, x1.im, x2.im, x3.im, x4.im, x5.im, x6.im, x7.im, outIm + 8 * p);
+        float* HWY_RESTRICT toRe = outRe + 8 * p;
+        float* HWY_RESTRICT toIm = outIm + 8 * p;
+        if constexpr (Input::shuffled || hn::MaxLanes(Wide()) != 8) {
+            StoreTransposed8(
+                d, x0.re, x1.re, x2.re, x3.re, x4.re, x5.re, x6.re, x7.re, Input::shuffled, toRe);
+            StoreTransposed8(
+                d, x0.im, x1.im, x2.im, x3.im, x4.im, x5.im, x6.im, x7.im, Input::shuffled, toIm);
+        } else {
+            StoreTransposed8(d, x0.re, x1.re, x4.re, x5.re, x2.re, x3.re, x6.re, x7.re, false, toRe);
+            StoreTransposed8(d, x0.im, x1.im, x4.im, x5.im, x2.im, x3.im, x6.im, x7.im, false, toIm);
+        }
     }
 }
 
@@ -404,15 +395,13 @@ HWY_INLINE void SplitPass(
     const float* HWY_RESTRICT factorsIm = factors + points / 2;
     packed[0] = re[0] + im[0];
     packed[1] = re[0] - im[0];
-    for (std::size_t k = 1; k < points / 2; k += lanes) {
+    for (std::size_t k = 1; k <= points / 2; k += lanes) {
         const std::size_t mirror = points - k - (lanes - 1);
         const Complex<V> low = LoadSplit(d, re + k, im + k);
-        const Complex<V> high{
-            hn::Reverse(d, hn::LoadU(d, re + mirror)), hn::Reverse(d, hn::LoadU(d, im + mirror))};
+        const Complex<V> high{LoadReversed(d, re + mirror), LoadReversed(d, im + mirror)};
         const BinPair<V> bins = SplitBins(d, low, high, LoadSplit(d, factors + k - 1, factorsIm + k - 1));
-        hn::StoreInterleaved2(bins.low.re, bins.low.im, d, packed + 2 * k);
-        hn::StoreInterleaved2(
-            hn::Reverse(d, bins.high.re), hn::Reverse(d, bins.high.im), d, packed + 2 * mirror);
+        StorePairs(d, bins.low, packed + 2 * k);
+        StorePairsReversed(d, bins.high, packed + 2 * mirror);
     }
 }
 
@@ -429,18 +418,15 @@ HWY_INLINE void JoinPass(
     const V twice = hn::Set(d, 2 * scale);
     re[0] = scale * (packed[0] + packed[1]);
     im[0] = scale * (packed[0] - packed[1]);
-    for (std::size_t k = 1; k < points / 2; k += lanes) {
+    for (std::size_t k = 1; k <= points / 2; k += lanes) {
         const std::size_t mirror = points - k - (lanes - 1);
-        Complex<V> low;
-        Complex<V> high;
-        hn::LoadInterleaved2(d, packed + 2 * k, low.re, low.im);
-        hn::LoadInterleaved2(d, packed + 2 * mirror, high.re, high.im);
-        high = {hn::Reverse(d, high.re), hn::Reverse(d, high.im)};
+        const Complex<V> low = LoadPairs(d, packed + 2 * k);
+        const Complex<V> high = LoadPairsReversed(d, packed + 2 * mirror);
         const BinPair<V> values =
             JoinBins(d, low, high, LoadSplit(d, factors + k - 1, factorsIm + k - 1), scales, twice);
         StoreSplit(d, values.low, re + k, im + k);
-        hn::StoreU(hn::Reverse(d, values.high.re), d, re + mirror);
-        hn::StoreU(hn::Reverse(d, values.high.im), d, im + mirror);
+        StoreReversed(d, values.high.re, re + mirror);
+        StoreReversed(d, values.high.im, im + mirror);
     }
 }
 

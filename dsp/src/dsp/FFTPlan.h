@@ -24,6 +24,8 @@ struct FFTPlan {
     std::uint8_t radices[maxPasses] = {};
     /// Where each pass's factors begin.
     std::size_t passFactors[maxPasses] = {};
+    /// Where those of the inverse transform's first pass begin.
+    std::size_t inverseFactors = 0;
     /// Factors of all passes in the order of their use.
     AlignedVector<float> factors;
     /// Factors of the splitting pass: real parts, then imaginary parts, for bins 1 to size/4.

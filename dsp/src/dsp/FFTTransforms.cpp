@@ -69,7 +69,7 @@ inline void ForwardInPasses(const FFTPlan& plan, const float* in, float* out, vo
     const Wide d;
     const std::size_t points = std::size_t{1} << (plan.order - 1);
     WorkArrays work(buffer, points);
-    FirstPass8(First(), InterleavedInput{in}, work.re, work.im, points, plan.factors.data());
+    FirstPass8(First(), ShuffledPairsInput{in}, work.re, work.im, points, plan.factors.data());
     std::size_t s = 8;
     MiddlePasses(plan, work, s);
     const SplitOutput last{work.nextRe, work.nextIm};
@@ -88,11 +88,13 @@ inline void InverseInPasses(const FFTPlan& plan, const float* in, float* out, vo
     WorkArrays work(buffer, points);
     JoinPass(d, in, work.re, work.im, points, plan.splitFactors.data());
     // From here on real and imaginary parts have changed places.
-    FirstPass8(First(), SplitInput{work.im, work.re}, work.nextRe, work.nextIm, points, plan.factors.data());
+    FirstPass8(
+        First(), SplitInput{work.im, work.re}, work.nextRe, work.nextIm, points,
+        plan.factors.data() + plan.inverseFactors);
     work.Turn();
     std::size_t s = 8;
     MiddlePasses(plan, work, s);
-    const ExchangedInterleavedOutput last{out};
+    const ExchangedShuffledPairsOutput last{out};
     if (points / s == 4) {
         LastPass4(d, work.re, work.im, last, s);
     } else {
@@ -125,26 +127,40 @@ inline void ChooseRadices(FFTPlan& plan) {
     }
 }
 
-/// The first pass reads its factors in groups of `lanes` positions, the others one position at a time; the
-/// last has none.
+/// exp(-2 pi i p j / n) for j from 1 to radix - 1, for `group` positions p side by side: the real parts of
+/// the group, then the imaginary ones.
+inline void AppendFactors(FFTPlan& plan, std::size_t n, std::size_t radix, std::size_t group, bool shuffled) {
+    for (std::size_t p = 0; p < n / radix; p += group) {
+        for (std::size_t j = 1; j < radix; ++j) {
+            Root roots[8];
+            for (std::size_t lane = 0; lane < group; ++lane) {
+                roots[lane] = GetRoot((p + (shuffled ? GetShuffled(lane, group) : lane)) * j, n);
+            }
+            for (std::size_t lane = 0; lane < group; ++lane) {
+                plan.factors.push_back(roots[lane].re);
+            }
+            for (std::size_t lane = 0; lane < group; ++lane) {
+                plan.factors.push_back(roots[lane].im);
+            }
+        }
+    }
+}
+
+/// The first pass reads its factors in groups of `lanes` positions, in the order of its input's lanes; the
+/// others one position at a time; the last has none.
 inline void MakeFactors(FFTPlan& plan, std::size_t lanes) {
     const std::size_t points = std::size_t{1} << (plan.order - 1);
     std::size_t n = points;
-    for (unsigned pass = 0; plan.radices[pass + 1] != 0; ++pass) {
-        const std::size_t radix = plan.radices[pass];
-        const std::size_t group = pass == 0 ? lanes : 1;
+    AppendFactors(plan, n, plan.radices[0], lanes, true);
+    if (lanes == 8) {
+        plan.inverseFactors = plan.factors.size();
+        AppendFactors(plan, n, plan.radices[0], lanes, false);
+    }
+    n /= plan.radices[0];
+    for (unsigned pass = 1; plan.radices[pass + 1] != 0; ++pass) {
         plan.passFactors[pass] = plan.factors.size();
-        for (std::size_t p = 0; p < n / radix; p += group) {
-            for (std::size_t j = 1; j < radix; ++j) {
-                for (std::size_t lane = 0; lane < group; ++lane) {
-                    plan.factors.push_back(GetRoot((p + lane) * j, n).re);
-                }
-                for (std::size_t lane = 0; lane < group; ++lane) {
-                    plan.factors.push_back(GetRoot((p + lane) * j, n).im);
-                }
-            }
-        }
-        n /= radix;
+        AppendFactors(plan, n, plan.radices[pass], 1, false);
+        n /= plan.radices[pass];
     }
     plan.splitFactors.resize(points);
     for (std::size_t k = 1; k <= points / 2; ++k) {

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+/// Benchmarks named "row|column" as one table: per row the minima over all repetitions and the ratio of the
+/// first column to the best of the others. Repetitions of all rows and columns are interleaved, and minima
+/// compared, because a shared machine's medians say more about its neighbours.
+class RatioTable final : public benchmark::BenchmarkReporter {
+public:
+    /// limits: the ratio that a row is meant to stay within; rows without one have no verdict.
+    explicit RatioTable(std::map<std::string, double> rowLimits = {}) : limits(std::move(rowLimits)) {}
+
+    bool ReportContext(const Context&) override { return true; }
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration || run.error_occurred) {
+                continue;
+            }
+            const std::string name = run.run_name.function_name;
+            const std::size_t bar = name.find('|');
+            const std::string row = name.substr(0, bar);
+            const std::string column = name.substr(bar + 1);
+            if (std::find(rows.begin(), rows.end(), row) == rows.end()) {
+                rows.push_back(row);
+            }
+            double& best =
+                minima.try_emplace({row, column}, std::numeric_limits<double>::infinity()).first->second;
+            best = std::min(best, run.GetAdjustedRealTime());
+            std::vector<std::string>& order = columns[row];
+            if (std::find(order.begin(), order.end(), column) == order.end()) {
+                order.push_back(column);
+            }
+        }
+    }
+
+    void Finalize() override {
+        for (const std::string& row : rows) {
+            // Interleaving shuffles the order of arrival; ours is the column named so.
+            const double ours = minima[{row, "ours"}];
+            double best = std::numeric_limits<double>::infinity();
+            std::printf("%-28s ours %11.1f ns", row.c_str(), ours);
+            std::sort(columns[row].begin(), columns[row].end());
+            for (const std::string& column : columns[row]) {
+                if (column != "ours") {
+                    best = std::min(best, minima[{row, column}]);
+                    std::printf("  %s %11.1f ns", column.c_str(), minima[{row, column}]);
+                }
+            }
+            std::printf("  ratio %.3f", ours / best);
+            if (const auto limit = limits.find(row); limit != limits.end()) {
+                std::printf(
+                    "  at most %.2f: %s", limit->second, ours / best <= limit->second ? "met" : "MISSED");
+            }
+            std::printf("\n");
+        }
+    }
+
+private:
+    std::map<std::string, double> limits;
+    std::vector<std::string> rows;
+    std::map<std::string, std::vector<std::string>> columns;
+    std::map<std::pair<std::string, std::string>, double> minima;
+};
+
+/// Runs all registered benchmarks, many short interleaved repetitions unless the command line says otherwise,
+/// and prints the table.
+inline int RunRatioTable(int argc, char** argv, RatioTable& table) {
+    std::vector<std::string> arguments{
+        argv[0], "--benchmark_repetitions=30", "--benchmark_min_time=0.01",
+        "--benchmark_enable_random_interleaving=true"};
+    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    int count = static_cast<int>(pointers.size());
+    benchmark::Initialize(&count, pointers.data());
+    if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) {
+        return 1;
+    }
+    benchmark::RunSpecifiedBenchmarks(&table);
+    return 0;
+}
