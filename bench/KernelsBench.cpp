@@ -34,61 +34,69 @@ struct Arrays {
     DSP::AlignedVector<float> arrays[6];
 };
 
-/// An add in place would run into infinity and slow nothing down, but a multiply into denormals would:
-/// factors of 1 keep the data as it is.
-void FillWithOnes(Arrays& arrays, std::size_t index, std::size_t count) {
-    std::fill_n(arrays[index], count, 1.0F);
-}
+/// One set of arrays per row, the same for all columns: their placement alone can change a copy's time.
+class Rows {
+public:
+    explicit Rows(RatioTable& rowTable, std::size_t samples) : table(rowTable), count(samples) {}
 
-void Register(
-    std::map<std::string, double>& limits, const std::string& name, std::size_t count,
-    const std::string& column, void (*kernel)(Arrays&, std::size_t)) {
-    const std::string row = name + " " + std::to_string(count);
-    limits[row] = 1.1;
-    const auto arrays = std::make_shared<Arrays>(count);
-    FillWithOnes(*arrays, 2, count);
-    benchmark::RegisterBenchmark(
-        (row + "|" + column).c_str(), [arrays, count, kernel](benchmark::State& state) {
+    void Add(const std::string& name, const std::string& column, void (*kernel)(Arrays&, std::size_t)) {
+        const std::string row = name + " " + std::to_string(count);
+        table.AddRow(row, 1.1);
+        std::shared_ptr<Arrays>& shared = arraysOfRow[row];
+        if (shared == nullptr) {
+            shared = std::make_shared<Arrays>(count);
+            // Products with noise would end in denormals, which no kernel here is about.
+            std::fill_n((*shared)[2], count, 1.0F);
+        }
+        const auto body = [arrays = shared, samples = count, kernel](benchmark::State& state) {
             for (auto _ : state) {
-                kernel(*arrays, count);
+                kernel(*arrays, samples);
                 benchmark::ClobberMemory();
             }
-        });
-}
+        };
+        benchmark::RegisterBenchmark((row + "|" + column).c_str(), body);
+    }
+
+private:
+    RatioTable& table;
+    std::size_t count;
+    std::map<std::string, std::shared_ptr<Arrays>> arraysOfRow;
+};
 
 } // namespace
 
 int main(int argc, char** argv) {
-    std::map<std::string, double> limits;
+    RatioTable table;
     for (const std::size_t count : {64U, 256U, 1024U, 4096U, 8192U}) {
-        const auto add = [&](const char* name, const char* column, void (*kernel)(Arrays&, std::size_t)) {
-            Register(limits, name, count, column, kernel);
-        };
-        add("copy", "ours", [](Arrays& a, std::size_t n) { Kernels::Copy(a[0], a[1], n); });
-        add("copy", "memcpy", [](Arrays& a, std::size_t n) { std::memcpy(a[0], a[1], n * sizeof(float)); });
-        add("copy", "loop", [](Arrays& a, std::size_t n) { Peers::Copy(a[0], a[1], n); });
-        add("move", "ours", [](Arrays& a, std::size_t n) { Kernels::Move(a[0], a[1], n); });
-        add("move", "memmove", [](Arrays& a, std::size_t n) { std::memmove(a[0], a[1], n * sizeof(float)); });
-        add("zero", "ours", [](Arrays& a, std::size_t n) { Kernels::Zero(a[0], n); });
-        add("zero", "memset", [](Arrays& a, std::size_t n) { std::memset(a[0], 0, n * sizeof(float)); });
-        add("zero", "loop", [](Arrays& a, std::size_t n) { Peers::Zero(a[0], n); });
-        add("set", "ours", [](Arrays& a, std::size_t n) { Kernels::Set(a[0], 0.5F, n); });
-        add("set", "loop", [](Arrays& a, std::size_t n) { Peers::Set(a[0], 0.5F, n); });
-        add("add", "ours", [](Arrays& a, std::size_t n) { Kernels::Add(a[0], a[1], n); });
-        add("add", "loop", [](Arrays& a, std::size_t n) { Peers::Add(a[0], a[1], n); });
-        add("multiply", "ours", [](Arrays& a, std::size_t n) { Kernels::Multiply(a[0], a[2], n); });
-        add("multiply", "loop", [](Arrays& a, std::size_t n) { Peers::Multiply(a[0], a[2], n); });
-        add("complex", "ours",
-            [](Arrays& a, std::size_t n) { Kernels::MultiplyAccumulateComplex(a[0], a[1], a[3], n / 2); });
-        add("complex", "loop",
-            [](Arrays& a, std::size_t n) { Peers::MultiplyAccumulateComplex(a[0], a[1], a[3], n / 2); });
-        add("split", "ours", [](Arrays& a, std::size_t n) {
+        Rows rows(table, count);
+        rows.Add("copy", "ours", [](Arrays& a, std::size_t n) { Kernels::Copy(a[0], a[1], n); });
+        rows.Add(
+            "copy", "memcpy", [](Arrays& a, std::size_t n) { std::memcpy(a[0], a[1], n * sizeof(float)); });
+        rows.Add("copy", "loop", [](Arrays& a, std::size_t n) { Peers::Copy(a[0], a[1], n); });
+        rows.Add("move", "ours", [](Arrays& a, std::size_t n) { Kernels::Move(a[0], a[1], n); });
+        rows.Add(
+            "move", "memmove", [](Arrays& a, std::size_t n) { std::memmove(a[0], a[1], n * sizeof(float)); });
+        rows.Add("zero", "ours", [](Arrays& a, std::size_t n) { Kernels::Zero(a[0], n); });
+        rows.Add("zero", "memset", [](Arrays& a, std::size_t n) { std::memset(a[0], 0, n * sizeof(float)); });
+        rows.Add("zero", "loop", [](Arrays& a, std::size_t n) { Peers::Zero(a[0], n); });
+        rows.Add("set", "ours", [](Arrays& a, std::size_t n) { Kernels::Set(a[0], 0.5F, n); });
+        rows.Add("set", "loop", [](Arrays& a, std::size_t n) { Peers::Set(a[0], 0.5F, n); });
+        rows.Add("add", "ours", [](Arrays& a, std::size_t n) { Kernels::Add(a[0], a[1], n); });
+        rows.Add("add", "loop", [](Arrays& a, std::size_t n) { Peers::Add(a[0], a[1], n); });
+        rows.Add("multiply", "ours", [](Arrays& a, std::size_t n) { Kernels::Multiply(a[0], a[2], n); });
+        rows.Add("multiply", "loop", [](Arrays& a, std::size_t n) { Peers::Multiply(a[0], a[2], n); });
+        rows.Add("complex", "ours", [](Arrays& a, std::size_t n) {
+            Kernels::MultiplyAccumulateComplex(a[0], a[1], a[3], n / 2);
+        });
+        rows.Add("complex", "loop", [](Arrays& a, std::size_t n) {
+            Peers::MultiplyAccumulateComplex(a[0], a[1], a[3], n / 2);
+        });
+        rows.Add("split", "ours", [](Arrays& a, std::size_t n) {
             Kernels::MultiplyAccumulateSplit(a[0], a[1], a[2], a[3], a[4], a[5], n);
         });
-        add("split", "loop", [](Arrays& a, std::size_t n) {
+        rows.Add("split", "loop", [](Arrays& a, std::size_t n) {
             Peers::MultiplyAccumulateSplit(a[0], a[1], a[2], a[3], a[4], a[5], n);
         });
     }
-    RatioTable table(std::move(limits));
     return RunRatioTable(argc, argv, table);
 }

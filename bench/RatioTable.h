@@ -14,8 +14,14 @@
 /// compared, because a shared machine's medians say more about its neighbours.
 class RatioTable final : public benchmark::BenchmarkReporter {
 public:
-    /// limits: the ratio that a row is meant to stay within; rows without one have no verdict.
-    explicit RatioTable(std::map<std::string, double> rowLimits = {}) : limits(std::move(rowLimits)) {}
+    /// Rows are printed in the order of this call. limit: the ratio that the row is meant to stay within; 0
+    /// for none.
+    void AddRow(const std::string& row, double limit = 0.0) {
+        if (std::find(rows.begin(), rows.end(), row) == rows.end()) {
+            rows.push_back(row);
+        }
+        limits[row] = limit;
+    }
 
     bool ReportContext(const Context&) override { return true; }
 
@@ -28,9 +34,6 @@ public:
             const std::size_t bar = name.find('|');
             const std::string row = name.substr(0, bar);
             const std::string column = name.substr(bar + 1);
-            if (std::find(rows.begin(), rows.end(), row) == rows.end()) {
-                rows.push_back(row);
-            }
             double& best =
                 minima.try_emplace({row, column}, std::numeric_limits<double>::infinity()).first->second;
             best = std::min(best, run.GetAdjustedRealTime());
@@ -43,6 +46,9 @@ public:
 
     void Finalize() override {
         for (const std::string& row : rows) {
+            if (columns[row].empty()) {
+                continue;
+            }
             // Interleaving shuffles the order of arrival; ours is the column named so.
             const double ours = minima[{row, "ours"}];
             double best = std::numeric_limits<double>::infinity();
@@ -55,9 +61,8 @@ public:
                 }
             }
             std::printf("  ratio %.3f", ours / best);
-            if (const auto limit = limits.find(row); limit != limits.end()) {
-                std::printf(
-                    "  at most %.2f: %s", limit->second, ours / best <= limit->second ? "met" : "MISSED");
+            if (const double limit = limits[row]; limit != 0.0) {
+                std::printf("  at most %.2f: %s", limit, ours / best <= limit ? "met" : "MISSED");
             }
             std::printf("\n");
         }

@@ -32,14 +32,19 @@ std::vector<float> MakeNoise(std::size_t count, unsigned seed) {
     return noise;
 }
 
-/// The definition, term by term, in double precision.
-Bins TransformByDefinition(const std::vector<float>& signal) {
-    const std::size_t size = signal.size();
+std::vector<std::complex<double>> MakeRoots(std::size_t size) {
     std::vector<std::complex<double>> roots(size);
     for (std::size_t i = 0; i < size; ++i) {
         roots[i] =
             std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(size));
     }
+    return roots;
+}
+
+/// The definition, term by term, in double precision.
+Bins TransformByDefinition(const std::vector<float>& signal) {
+    const std::size_t size = signal.size();
+    const std::vector<std::complex<double>> roots = MakeRoots(size);
     Bins bins(size / 2 + 1);
     for (std::size_t k = 0; k < bins.size(); ++k) {
         for (std::size_t n = 0; n < size; ++n) {
@@ -49,8 +54,11 @@ Bins TransformByDefinition(const std::vector<float>& signal) {
     return bins;
 }
 
-/// A recursive transform in double precision, for sizes at which the definition takes too long.
-std::vector<std::complex<double>> TransformByHalves(const std::vector<std::complex<double>>& signal) {
+/// A recursive transform in double precision, for sizes at which the definition takes too long. roots: those
+/// of the whole size, of which this level uses each `stride`-th.
+std::vector<std::complex<double>> TransformByHalves(
+    const std::vector<std::complex<double>>& signal, const std::vector<std::complex<double>>& roots,
+    std::size_t stride) {
     const std::size_t size = signal.size();
     if (size == 1) {
         return signal;
@@ -61,17 +69,21 @@ std::vector<std::complex<double>> TransformByHalves(const std::vector<std::compl
         even[i] = signal[2 * i];
         odd[i] = signal[2 * i + 1];
     }
-    even = TransformByHalves(even);
-    odd = TransformByHalves(odd);
+    even = TransformByHalves(even, roots, 2 * stride);
+    odd = TransformByHalves(odd, roots, 2 * stride);
     std::vector<std::complex<double>> result(size);
     for (std::size_t k = 0; k < size / 2; ++k) {
-        const std::complex<double> turned =
-            std::polar(1.0, -2.0 * std::numbers::pi * static_cast<double>(k) / static_cast<double>(size)) *
-            odd[k];
+        const std::complex<double> turned = roots[k * stride] * odd[k];
         result[k] = even[k] + turned;
         result[k + size / 2] = even[k] - turned;
     }
     return result;
+}
+
+Bins TransformByHalves(const std::vector<float>& signal) {
+    const std::vector<std::complex<double>> all =
+        TransformByHalves({signal.begin(), signal.end()}, MakeRoots(signal.size()), 1);
+    return {all.begin(), all.begin() + static_cast<std::ptrdiff_t>(signal.size() / 2 + 1)};
 }
 
 Bins Unpack(const std::vector<float>& packed) {
@@ -146,8 +158,7 @@ TEST_P(FFTOfEachVariant, Forward_agrees_with_a_recursive_transform_at_large_size
     for (unsigned order = 11; order <= 18; ++order) {
         const std::vector<float> signal = MakeNoise(std::size_t{1} << order, order);
         Transformer transformer(order);
-        const std::vector<std::complex<double>> all = TransformByHalves({signal.begin(), signal.end()});
-        const Bins wanted(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(signal.size() / 2 + 1));
+        const Bins wanted = TransformByHalves(signal);
         EXPECT_LT(GetRelativeError(Unpack(transformer.Forward(signal)), wanted), GetBound(order))
             << "order " << order;
     }

@@ -186,6 +186,26 @@ TEST(VectorKernelsTest, Move_copes_with_overlap_in_both_directions) {
     EXPECT_EQ(bytes, (std::vector<std::uint8_t>{0, 0, 1, 2, 3}));
 }
 
+TEST_P(KernelsOfEachVariant, Long_copies_and_moves_are_exact_for_each_overlap) {
+    for (const std::size_t length : {511U, 512U, 515U, 1021U, 4099U}) {
+        const std::vector<float> before = MakeNoise(length + 1100, 16);
+        for (const std::size_t from : {0U, 1U, 7U, 33U, 1000U}) {
+            for (const std::size_t to : {0U, 1U, 7U, 34U, 1000U}) {
+                std::vector<float> wanted = before;
+                for (std::size_t i = 0; i < length; ++i) {
+                    wanted[to + i] = before[from + i];
+                }
+                std::vector<float> moved = before;
+                Kernels::Move(moved.data() + to, moved.data() + from, length);
+                ASSERT_EQ(moved, wanted) << length << " from " << from << " to " << to;
+                std::vector<float> copied = before;
+                Kernels::Copy(copied.data() + to, before.data() + from, length);
+                ASSERT_EQ(copied, wanted) << length << " from " << from << " to " << to;
+            }
+        }
+    }
+}
+
 TEST(VectorKernelsTest, The_packed_form_becomes_bins_with_two_real_ends) {
     const std::vector<float> packed{1, 2, 3, 4, 5, 6, 7, 8};
     std::vector<float> bins(10, -1.0F);

@@ -6,6 +6,8 @@ namespace DSP::Kernels {
 
 /// One variant of the kernels. Constant tables, one per variant.
 struct Table {
+    /// From the first element on; the destination may overlap the source when it begins before it.
+    void (*copy)(float* destination, const float* source, std::size_t count) noexcept;
     void (*set)(float* destination, float value, std::size_t count) noexcept;
     void (*add)(float* destination, const float* source, std::size_t count) noexcept;
     void (*multiply)(float* destination, const float* source, std::size_t count) noexcept;

@@ -23,6 +23,24 @@ using V = hn::Vec<Wide>;
 
 constexpr std::size_t lanes = hn::MaxLanes(Wide());
 
+void CopyFloats(float* destination, const float* source, std::size_t count) noexcept {
+    const Wide d;
+    std::size_t i = 0;
+    for (; i + 4 * lanes <= count; i += 4 * lanes) {
+        const V a = hn::LoadU(d, source + i);
+        const V b = hn::LoadU(d, source + i + lanes);
+        const V c = hn::LoadU(d, source + i + 2 * lanes);
+        const V e = hn::LoadU(d, source + i + 3 * lanes);
+        hn::StoreU(a, d, destination + i);
+        hn::StoreU(b, d, destination + i + lanes);
+        hn::StoreU(c, d, destination + i + 2 * lanes);
+        hn::StoreU(e, d, destination + i + 3 * lanes);
+    }
+    for (; i < count; ++i) {
+        destination[i] = source[i];
+    }
+}
+
 void SetFloats(float* destination, float value, std::size_t count) noexcept {
     const Wide d;
     const V v = hn::Set(d, value);
@@ -95,7 +113,7 @@ void MultiplyFloats(float* destination, const float* source, std::size_t count) 
 HWY_INLINE V TimesPairs(V sum, V a, V b, V realSigns) {
     const V bRe = hn::DupEven(b);
     const V bIm = hn::Xor(hn::DupOdd(b), realSigns);
-    return hn::MulAdd(hn::Shuffle2301(a), bIm, hn::MulAdd(a, bRe, sum));
+    return hn::Add(sum, hn::MulAdd(hn::Shuffle2301(a), bIm, hn::Mul(a, bRe)));
 }
 
 #endif
@@ -133,10 +151,11 @@ HWY_INLINE void MultiplyAccumulateAt(
     const U ai = hn::LoadU(d, aImag + i);
     const U br = hn::LoadU(d, bReal + i);
     const U bi = hn::LoadU(d, bImag + i);
-    const U re = hn::NegMulAdd(ai, bi, hn::MulAdd(ar, br, hn::LoadU(d, destinationReal + i)));
-    const U im = hn::MulAdd(ai, br, hn::MulAdd(ar, bi, hn::LoadU(d, destinationImag + i)));
-    hn::StoreU(re, d, destinationReal + i);
-    hn::StoreU(im, d, destinationImag + i);
+    // Sums apart from the products: they run beside them, where a chain of fused ones would wait.
+    const U re = hn::NegMulAdd(ai, bi, hn::Mul(ar, br));
+    const U im = hn::MulAdd(ai, br, hn::Mul(ar, bi));
+    hn::StoreU(hn::Add(hn::LoadU(d, destinationReal + i), re), d, destinationReal + i);
+    hn::StoreU(hn::Add(hn::LoadU(d, destinationImag + i), im), d, destinationImag + i);
 }
 
 void MultiplyAccumulateParts(
@@ -153,8 +172,12 @@ void MultiplyAccumulateParts(
 }
 
 const Table* GetTable() {
-    static constexpr Table table{
-        &SetFloats, &AddFloats, &MultiplyFloats, &MultiplyAccumulatePairs, &MultiplyAccumulateParts};
+    static constexpr Table table{&CopyFloats,
+                                 &SetFloats,
+                                 &AddFloats,
+                                 &MultiplyFloats,
+                                 &MultiplyAccumulatePairs,
+                                 &MultiplyAccumulateParts};
     return &table;
 }
 
@@ -185,10 +208,12 @@ const Table& ChooseTable() noexcept {
     return *table;
 }
 
-// The C library's copies and fills outran every loop of ours at every length measured.
+// Floats are copied and filled by loops. For all but the shortest arrays the C library turns to string
+// instructions here, which take half again as long, and eight times as long for a source and a destination
+// that lie at an unlucky distance modulo a page.
 
 void Copy(float* destination, const float* source, std::size_t count) noexcept {
-    std::memcpy(destination, source, count * sizeof(float));
+    GetChosen().copy(destination, source, count);
 }
 
 void Copy(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept {
@@ -196,7 +221,14 @@ void Copy(std::uint8_t* destination, const std::uint8_t* source, std::size_t cou
 }
 
 void Move(float* destination, const float* source, std::size_t count) noexcept {
-    std::memmove(destination, source, count * sizeof(float));
+    // Modulo the address space, a destination before the source is far beyond it.
+    const std::uintptr_t ahead =
+        reinterpret_cast<std::uintptr_t>(destination) - reinterpret_cast<std::uintptr_t>(source);
+    if (ahead < count * sizeof(float)) {
+        std::memmove(destination, source, count * sizeof(float));
+    } else {
+        GetChosen().copy(destination, source, count);
+    }
 }
 
 void Move(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept {
@@ -204,7 +236,7 @@ void Move(std::uint8_t* destination, const std::uint8_t* source, std::size_t cou
 }
 
 void Zero(float* destination, std::size_t count) noexcept {
-    std::memset(destination, 0, count * sizeof(float));
+    GetChosen().set(destination, 0.0F, count);
 }
 
 void Zero(std::uint8_t* destination, std::size_t count) noexcept {
