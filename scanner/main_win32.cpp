@@ -1,5 +1,10 @@
 // The program: prepares the process for a plug-in that may crash or hang, and runs one worker.
 
+#include "hosting/ElementHostImpl.h"
+#include "hosting/InstantiationStatus.h"
+#include "hosting/PluginHost.h"
+#include "hosting/PluginInstantiator.h"
+#include "hosting/vst/VSTPlugin.h"
 #include "protocol/ScanResult.h"
 #include "scanner/ScanWorker.h"
 #include "svbase/util/String.h"
@@ -36,6 +41,20 @@ constexpr int exitWatchdog = 2;
 constexpr int watchdogRounds = 60;
 constexpr DWORD watchdogRoundMs = 1000;
 
+/// A scan only loads; nothing is ever played at these.
+constexpr float scanSampleRate = 44100.0f;
+
+/// Makes plug-ins at once, on the thread that asks. There is only one.
+class SimplePluginInstantiator : public PluginInstantiator {
+public:
+    bool Instantiate(PluginInstantiatorHandler* handler) override {
+        handler->InstantiatePlugin(this);
+        return true;
+    }
+    void Destroy(PluginInstantiatorHandler* handler) override { handler->DestroyPlugin(this); }
+    void* GetTestableDSPHost() override { return nullptr; }
+};
+
 class SingleThreadScanWorker : public ScanWorker {
 public:
     using ScanWorker::ScanWorker;
@@ -49,8 +68,56 @@ private:
     bool IsKnown() const;
 };
 
+/// What a VST library that gave no valid plug-in is reported as.
+ScanResult resultOfRejection(checked_value<InstantiationStatus> status) {
+    if (!status) {
+        return ScanResultUnconfirmed;
+    }
+    switch (status.value) {
+    case InstantiationWrongArchitecture:
+        return ScanResultWrongArchitecture;
+    case InstantiationShell:
+        return ScanResultShell;
+    case InstantiationNoEditor:
+        return ScanResultNoEditor;
+    case InstantiationCoreLibrary:
+        return ScanResultCoreLibrary;
+    default:
+        return ScanResultUnconfirmed;
+    }
+}
+
 std::int32_t SingleThreadScanWorker::Scan() {
-    return IsKnown() ? ScanResultKnown : ScanResultUnconfirmed;
+    // In the order in which they need each other: everything is gone again when the scan returns.
+    ElementHostImpl elementHost;
+    SimplePluginInstantiator instantiator;
+    PluginHost host(&elementHost, scanSampleRate, &instantiator, hostVendor, hostProduct);
+    if (!(host.GetIdentifier() == workItem)) {
+        host.SetIdentifier(workItem);
+        host.ChangePlugin(true);
+    }
+    const auto status = host.GetInstantiationStatus();
+
+    ScanResult result = ScanResultUnconfirmed;
+    if (workItem.format == PluginFormat::VST) {
+        const auto* plugin = dynamic_cast<VSTPlugin*>(host.GetPlugin());
+        if (plugin && plugin->IsValid()) {
+            pluginName = plugin->GetName();
+            workItem = plugin->GetIdentifier();
+            result = plugin->IsInstrument() || plugin->GetNumOutputs() == 0 ? ScanResultInstrument
+                                                                            : ScanResultEffect;
+        } else {
+            result = resultOfRejection(status);
+        }
+    }
+    if (status && status.value == InstantiationReserved) {
+        result = ScanResultReserved;
+    }
+    if (result == ScanResultCoreLibrary) {
+        // Such a library is never a plug-in that the parent has, even if it is listed as one.
+        return result;
+    }
+    return IsKnown() ? ScanResultKnown : result;
 }
 
 bool SingleThreadScanWorker::IsKnown() const {
