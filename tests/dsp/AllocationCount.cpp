@@ -1,12 +1,10 @@
 #include "AllocationCount.h"
 
+#include "AlignedMemory.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <new>
-
-#ifdef _WIN32
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -22,24 +20,12 @@ void* Allocate(std::size_t size) {
 
 void* AllocateAligned(std::size_t size, std::align_val_t alignment) {
     allocations.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t boundary = static_cast<std::size_t>(alignment);
-#ifdef _WIN32
-    void* memory = _aligned_malloc(size != 0 ? size : 1, boundary);
-#else
-    void* memory = std::aligned_alloc(boundary, (size + boundary) / boundary * boundary);
-#endif
+    void* memory =
+        DSP::Testing::AllocateAlignedMemory(size != 0 ? size : 1, static_cast<std::size_t>(alignment));
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
-}
-
-void FreeAligned(void* memory) noexcept {
-#ifdef _WIN32
-    _aligned_free(memory);
-#else
-    std::free(memory);
-#endif
 }
 
 } // namespace
@@ -66,8 +52,8 @@ void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept {
-    FreeAligned(memory);
+    DSP::Testing::FreeAlignedMemory(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    FreeAligned(memory);
+    DSP::Testing::FreeAlignedMemory(memory);
 }

@@ -167,9 +167,7 @@ TEST_F(DestroyedView, A_copy_of_more_than_24_entries_ends_the_process) {
         }
     }
     const View* broken = std::launder(reinterpret_cast<const View*>(storage.data()));
-#ifndef _WIN32
     EXPECT_DEATH(View{*broken}, "");
-#endif
     EXPECT_EQ(broken->GetNumChannels(), 25U);
     broken->~View();
 }
