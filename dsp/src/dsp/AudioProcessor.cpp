@@ -7,14 +7,14 @@ AudioProcessor::~AudioProcessor() = default;
 void AudioProcessor::Init(std::uint32_t inputs, std::uint32_t outputs, std::uint32_t block) {
     numInputs = inputs;
     numOutputs = outputs;
-    maxBlock = block;
+    largestBlock = block;
 }
 
 void AudioProcessor::Resize(std::uint32_t block) {
-    if (block <= maxBlock) {
+    if (block <= largestBlock) {
         return;
     }
-    maxBlock = block;
+    largestBlock = block;
     DoResize(block);
 }
 

@@ -24,12 +24,12 @@ public:
 
     std::uint32_t GetNumInputs() const { return numInputs; }
     std::uint32_t GetNumOutputs() const { return numOutputs; }
-    std::uint32_t GetMaxBlock() const { return maxBlock; }
+    std::uint32_t GetMaxBlock() const { return largestBlock; }
 
 private:
     std::uint32_t numInputs = 0;
     std::uint32_t numOutputs = 0;
-    std::uint32_t maxBlock = 0;
+    std::uint32_t largestBlock = 0;
 };
 
 } // namespace DSP
