@@ -158,7 +158,8 @@ std::vector<String> readCommandLine() {
 }
 
 /// Ends the process after a minute, whatever a plug-in holds or does by then: no clean-up, no flush, no
-/// static destructors.
+/// static destructors. Not by _exit, which leaves through the loader: that waits for whoever holds its lock,
+/// as a plug-in does that hangs in DllMain, and gives every library a last call that may hang in turn.
 void watch(const std::atomic<bool>& finished) {
     for (int round = 0; round < watchdogRounds; ++round) {
         if (finished.load()) {
@@ -166,7 +167,7 @@ void watch(const std::atomic<bool>& finished) {
         }
         Sleep(watchdogRoundMs);
     }
-    _exit(exitWatchdog);
+    TerminateProcess(GetCurrentProcess(), exitWatchdog);
 }
 
 } // namespace
