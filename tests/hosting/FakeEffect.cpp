@@ -107,8 +107,8 @@ String EffectLibraryPath(const char* name) {
     return String("%1/effect_libraries/%2").arg(TestProgramDirectory()).arg(name);
 }
 
-std::unique_ptr<Tarvik::VSTPlugin> HostEffect(FakeEffect& effect, const HostChoices& choices) {
-    const String path = EffectLibraryPath(choices.library);
+String LetLibraryCreate(FakeEffect& effect, const char* name) {
+    const String path = EffectLibraryPath(name);
     Util::Module library(path);
     if (!library.load()) {
         throw std::runtime_error("cannot load " + path.toStdString());
@@ -117,7 +117,11 @@ std::unique_ptr<Tarvik::VSTPlugin> HostEffect(FakeEffect& effect, const HostChoi
     library.function<void (*)(VstEntryPoint)>("SetEffectFactory")(&enter);
     library.setKeepLoaded(true);
     entering = &effect;
+    return path;
+}
+
+std::unique_ptr<Tarvik::VSTPlugin> HostEffect(FakeEffect& effect, const HostChoices& choices) {
     return std::make_unique<Tarvik::VSTPlugin>(
-        path, choices.sampleRate, choices.layout, choices.scanOnly, choices.blockSize, choices.vendor,
-        choices.product);
+        LetLibraryCreate(effect, choices.library), choices.sampleRate, choices.layout, choices.scanOnly,
+        choices.blockSize, choices.vendor, choices.product);
 }

@@ -71,5 +71,8 @@ struct HostChoices {
     const char* library = "forwarding.dll";
 };
 
+/// Makes the library's entry point create this effect. Gives the library's path.
+String LetLibraryCreate(FakeEffect& effect, const char* library = "forwarding.dll");
+
 /// Makes the library's entry point create this effect, and hosts it.
 std::unique_ptr<Tarvik::VSTPlugin> HostEffect(FakeEffect& effect, const HostChoices& choices = {});
