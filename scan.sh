@@ -14,6 +14,7 @@ quietly() {
   "$@" >>"$log" 2>&1 </dev/null || { tail -40 "$log" >&2; echo "scan.sh: failed: $*; all of it: $log" >&2; exit 1; }
 }
 cd "$here"
+export CCACHE_BASEDIR=$here CCACHE_NOHASHDIR=1
 : >"$log"
 quietly cmake/setup.sh
 quietly third_party/build.sh
