@@ -5,7 +5,9 @@
 #include "dsp/FFT.h"
 #include "dsp/VectorKernels.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <random>
 #include <string>
@@ -17,6 +19,11 @@ namespace {
 
 constexpr unsigned firstOrder = 1;
 constexpr unsigned lastOrder = 16;
+
+/// About a quarter of a millisecond of transforms.
+benchmark::IterationCount GetIterations(unsigned order) {
+    return std::max<benchmark::IterationCount>(1, 500000 / ((std::int64_t{1} << order) * order));
+}
 
 double GetLimit(unsigned order) {
     return order < 6 ? 1.2 : order <= 12 ? 0.75 : 1.0;
@@ -126,12 +133,13 @@ int main(int argc, char** argv) {
         const auto ours = std::make_shared<Ours>(order);
         const auto fftw = std::make_shared<Fftw>(order);
         const auto runFftw = [fftw](benchmark::State& state) { fftw->Run(state); };
-        benchmark::RegisterBenchmark(
-            (row + "|ours").c_str(), [ours](benchmark::State& state) { ours->Run(state); });
-        benchmark::RegisterBenchmark((row + "|FFTW").c_str(), runFftw);
-        benchmark::RegisterBenchmark(
-            (row + ", bins|ours").c_str(), [ours](benchmark::State& state) { ours->RunWithBins(state); });
-        benchmark::RegisterBenchmark((row + ", bins|FFTW").c_str(), runFftw);
+        const auto add = [&](const std::string& name, auto body) {
+            benchmark::RegisterBenchmark(name.c_str(), body)->Iterations(GetIterations(order));
+        };
+        add(row + "|ours", [ours](benchmark::State& state) { ours->Run(state); });
+        add(row + "|FFTW", runFftw);
+        add(row + ", bins|ours", [ours](benchmark::State& state) { ours->RunWithBins(state); });
+        add(row + ", bins|FFTW", runFftw);
     }
     for (unsigned order = firstOrder; order <= lastOrder; ++order) {
         table.AddRow("order " + std::to_string(order) + ", bins");

@@ -6,6 +6,7 @@
 #include "dsp/AlignedVector.h"
 #include "dsp/VectorKernels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -54,7 +55,9 @@ public:
                 benchmark::ClobberMemory();
             }
         };
-        benchmark::RegisterBenchmark((row + "|" + column).c_str(), body);
+        // A tenth of a millisecond, more or less.
+        const auto iterations = static_cast<benchmark::IterationCount>(2000000 / count);
+        benchmark::RegisterBenchmark((row + "|" + column).c_str(), body)->Iterations(iterations);
     }
 
 private:
