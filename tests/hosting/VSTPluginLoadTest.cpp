@@ -313,6 +313,7 @@ TEST(VSTPluginLoad, An_effect_without_a_dispatcher_is_asked_nothing) {
 TEST(VSTPluginLoad, The_identifier_is_of_the_library_and_of_what_the_effect_says) {
     FakeEffect effect;
     effect.abi.uniqueID = static_cast<VstInt32>(0xFEDCBA98u);
+    effect.Answers(effGetVstVersion, 2400);
     auto plugin = HostEffect(effect);
     const Tarvik::PluginIdentifier identifier = plugin->GetIdentifier();
     EXPECT_EQ(identifier.format, PluginFormat::VST);
@@ -322,6 +323,7 @@ TEST(VSTPluginLoad, The_identifier_is_of_the_library_and_of_what_the_effect_says
         Util::Path::normalise(EffectLibraryPath("forwarding.dll")).toStdString());
     EXPECT_EQ(identifier.vstKey.toStdString(), identifier.vstPath.toStdString());
     EXPECT_EQ(plugin->GetFormat(), 2u);
+    EXPECT_EQ(plugin->GetVstVersion(), 2400);
 }
 
 TEST(VSTPluginLoad, The_name_is_the_effects_own_when_it_answers) {

@@ -10,7 +10,9 @@
 
 namespace Tarvik {
 
-String VSTLibrary::LoadPath(const String& path) { return Util::Path::toSystem(path); }
+String VSTLibrary::LoadPath(const String& path) {
+    return Util::Path::toSystem(path);
+}
 
 bool VSTLibrary::LoadQuietly(Util::Module& module) {
     return module.load();

@@ -1,5 +1,6 @@
 #include "hosting/vst/VSTPlugin.h"
 
+#include "hosting/vst/ForeignCall.h"
 #include "hosting/vst/VSTEventsBuffer.h"
 #include "hosting/vst/VSTHost.h"
 #include "hosting/vst/VSTLibrary.h"
@@ -103,7 +104,8 @@ bool VSTPlugin::FindEntryPoint() {
 bool VSTPlugin::CreateEffect(bool scanOnly) {
     {
         const VSTHost::Loading loading(*this);
-        effect = reinterpret_cast<VstEntryPoint>(entryPoint)(&VSTHost::AudioMaster);
+        effect = callForeign(
+            [this] { return reinterpret_cast<VstEntryPoint>(entryPoint)(&VSTHost::AudioMaster); });
         if (effect != nullptr) {
             effect->resvd1 = reinterpret_cast<VstIntPtr>(this);
         }
@@ -160,7 +162,7 @@ VstIntPtr VSTPlugin::Dispatch(
     if (effect == nullptr || effect->dispatcher == nullptr) {
         return 0;
     }
-    return effect->dispatcher(effect, opcode, index, value, pointer, opt);
+    return callForeign([=, this] { return effect->dispatcher(effect, opcode, index, value, pointer, opt); });
 }
 
 String VSTPlugin::DispatchText(std::int32_t opcode, std::int32_t index, std::intptr_t& answer) const {

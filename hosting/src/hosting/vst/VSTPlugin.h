@@ -105,6 +105,8 @@ public:
     bool IsInstrument() const { return isInstrument; }
     /// 0 without an effect.
     std::uint32_t GetNumOutputs() const;
+    /// The version of the interface that the effect was written for: 2400 for 2.4; 0 when it does not say.
+    std::int32_t GetVstVersion() const { return vstVersion; }
 
     /// Answers an effect that asks for the time, in place of the transport that SetTransport tells.
     void SetTimeCallback(VSTHostCallHandler callback, void* context);
@@ -162,6 +164,7 @@ private:
     std::atomic<bool> askedForShellCategory = false;
     NativeWindow editorParent = nullptr;
     NativeWindow editorWindow = nullptr;
+    /// For a debugger's eyes: late calls of the effect's threads come after this.
     bool destructing = false;
     checked_value<std::uint32_t> editorWidth;
     checked_value<std::uint32_t> editorHeight;

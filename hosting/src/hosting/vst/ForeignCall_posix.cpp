@@ -1,0 +1,10 @@
+#include "hosting/vst/ForeignCall.h"
+
+namespace Tarvik {
+
+// All compilers of this platform throw alike.
+void guardForeignCall(void (*call)(void*), void* context) {
+    call(context);
+}
+
+} // namespace Tarvik
