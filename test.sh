@@ -55,7 +55,7 @@ stage_fuzz() {
   build native-fuzz || return 1
   local target name
   mkdir -p build/fuzz
-  for target in build/native-fuzz/bin/*; do
+  for target in build/native-fuzz/bin/*Fuzz; do
     name=$(basename "$target")
     mkdir -p "build/fuzz/$name" "fuzz/corpus/$name"
     echo "$name"

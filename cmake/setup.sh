@@ -7,8 +7,8 @@ set -euo pipefail
 packages=(
   # builds of both platforms
   cmake ninja-build ccache g++ g++-mingw-w64-x86-64-posix
-  # third_party/build.sh
-  ca-certificates dpkg-dev patch xz-utils bzip2
+  # third_party/build.sh and third_party/real-plugins.sh
+  ca-certificates dpkg-dev make patch xz-utils bzip2
   # lint, format, fuzz targets
   clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev
   # tests: Wine runs the Windows ones, the scanner's peer is written in Python, one sample library is of 32 bits
