@@ -102,7 +102,10 @@ public:
 
 private:
     const Error& held() const {
-        return std::visit([](const Error& error) -> const Error& { return error; }, held_);
+        if (const A* first = std::get_if<0>(&held_)) {
+            return *first;
+        }
+        return std::get<1>(held_);
     }
 
     std::variant<A, B> held_;

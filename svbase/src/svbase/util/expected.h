@@ -102,6 +102,7 @@ public:
     }
 
     /// Precondition: !has_value().
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): the precondition
     const E& error() const { return error_.value(); }
 
 private:
