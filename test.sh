@@ -72,7 +72,14 @@ stage_windows() { on_windows windows; }
 # Without what waits for minutes and looks at the process from outside: that is the release build's to show.
 stage_windows-debug() { on_windows windows-debug -LE slow; }
 
-stage_tidy() { build native && cmake/tidy.py build/native && build native-fuzz && cmake/tidy.py build/native-fuzz; }
+# Each source once, with the options of the build that it belongs to.
+stage_tidy() {
+  local status=0
+  build native-asan && cmake/tidy.py build/native-asan || status=1
+  build native && cmake/tidy.py build/native bench || status=1
+  build native-fuzz && cmake/tidy.py build/native-fuzz fuzz || status=1
+  return $status
+}
 
 # ---- how they are made ----------------------------------------------------------------------------------------
 

@@ -1,9 +1,10 @@
 #!/usr/bin/python3
-"""tidy.py BUILD_DIRECTORY [FILE...]
+"""tidy.py BUILD_DIRECTORY [FILE|FOLDER...]
 
-Runs clang-tidy over the project's own sources that BUILD_DIRECTORY compiles, or over the named ones. A source that
-passed is not looked at again until its command, anything that it includes, the configuration or clang-tidy itself
-changes: what it includes is taken from ninja's record of the last build, so build first.
+Runs clang-tidy over the project's own sources that BUILD_DIRECTORY compiles, or over those of them that are named or
+stand below named folders. A source that passed is not looked at again until its command, anything that it includes,
+the configuration or clang-tidy itself changes: what it includes is taken from ninja's record of the last build, so
+build first.
 
 Passes are remembered in $XDG_CACHE_HOME/tarvik-plugin-scanner/tidy (~/.cache if unset).
 """
@@ -57,7 +58,7 @@ def work_items(build, only):
         source = pathlib.Path(entry["directory"], entry["file"]).resolve()
         if not source.is_relative_to(ROOT) or source.is_relative_to(ROOT / "build") or source.suffix != ".cpp":
             continue
-        if source in seen or (only and source not in only):
+        if source in seen or (only and not any(source.is_relative_to(path) for path in only)):
             continue
         seen.add(source)
         output = entry.get("output") or shlex.split(entry["command"])[shlex.split(entry["command"]).index("-o") + 1]

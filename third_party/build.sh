@@ -48,7 +48,7 @@ compiler() { # PLATFORM
 
 key() { # PLATFORM: names everything that the result depends on
   {
-    (cd "$root" && sha256sum third_party/{build.sh,fetch.sh,recipes.sh,packages.txt} cmake/mingw-w64.cmake)
+    (cd "$root" && sha256sum third_party/{build.sh,recipes.sh,packages.txt} cmake/mingw-w64.cmake)
     "$(compiler "$1")" --version | head -1
     echo "$1"
   } | sha256sum | cut -c1-16

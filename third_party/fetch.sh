@@ -28,7 +28,8 @@ have() { # KIND PACKAGE VERSION SHA256
     inside { print $1 "  " $3 }' "$file" | sha256sum --check --status 2>/dev/null)
 }
 
-# Has apt fetch a package, in a directory of its own, so that an interrupted download leaves nothing behind.
+# Has apt fetch a package, in a directory of its own, so that an interrupted download leaves nothing behind. Sets
+# `fetched` to the file that names it.
 download() { # KIND PACKAGE[=VERSION]
   local into status=0
   into=$(mktemp -d "$downloads/.partial.XXXXXX")
@@ -38,7 +39,9 @@ download() { # KIND PACKAGE[=VERSION]
       source) apt-get -q source --download-only --only-source "$2" ;;
       binary) apt-get -q download "$2" ;;
     esac
-  ) >"$work/download.log" 2>&1 && mv -f "$into"/* "$downloads/" || status=1
+  ) >"$work/download.log" 2>&1 || status=1
+  fetched=$(find "$into" -name '*.dsc' -printf '%f' -o -name '*.deb' -printf '%f')
+  [ $status = 0 ] && [ -n "$fetched" ] && mv -f "$into"/* "$downloads/" || status=1
   rm -rf "$into"
   return $status
 }
@@ -46,7 +49,7 @@ download() { # KIND PACKAGE[=VERSION]
 # Brings the package into the download directory and sets `version` to what is there: the pinned version, or the
 # one that stands in for it.
 fetch() { # KIND PACKAGE PINNED_VERSION PINNED_SHA256
-  local kind=$1 package=$2 pinned=$3 sha256=$4 note=$downloads/$2.stand-in
+  local kind=$1 package=$2 pinned=$3 sha256=$4 note=$downloads/$2.stand-in fetched
   version=$pinned
   have "$kind" "$package" "$pinned" "$sha256" && return 0
   if [ "$offline" = 0 ]; then
@@ -60,13 +63,11 @@ fetch() { # KIND PACKAGE PINNED_VERSION PINNED_SHA256
       return 1
     fi
     if download "$kind" "$package"; then
-      # apt named the version that it chose in the name of what it left behind.
-      local newest
-      newest=$(cd "$downloads" && ls -t "$package"_*.dsc "$package"_*.deb 2>/dev/null | head -1)
-      version=${newest#"${package}_"}
+      # apt chose the version, which the file's name tells.
+      version=${fetched#"${package}_"}
       version=${version%.dsc}
       version=${version%_*.deb}
-      echo "$version $(sha256sum <"$downloads/$newest" | cut -d' ' -f1)" >"$note"
+      echo "$version $(sha256sum <"$downloads/$fetched" | cut -d' ' -f1)" >"$note"
     fi
   fi
   if [ -f "$note" ]; then
