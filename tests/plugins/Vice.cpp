@@ -18,6 +18,7 @@ enum class Vice {
     TerminateProcess,
     cpp_exception,     ///< std::runtime_error
     foreign_exception, ///< a C++ exception that is no std::exception
+    msvc_exception,    ///< a C++ exception as most plug-ins throw it: built by Microsoft's compiler
     structured_exception,
     endless_loop,
     endless_sleep,
@@ -39,6 +40,7 @@ constexpr Place place = Place::TEST_PLACE;
 // Codes whose lowest eight bits tell them apart: a parent that is no Windows program sees no more.
 constexpr UINT codeOfExitProcess = 71;
 constexpr UINT codeOfTerminateProcess = 72;
+constexpr DWORD codeOfMsvcException = 0xE06D7363;
 constexpr DWORD codeOfStructuredException = 0xE0000049; // lowest bits 73
 
 volatile bool always = true;
@@ -77,6 +79,12 @@ void commit(Vice which) {
         throw std::runtime_error("thrown by a plug-in");
     case Vice::foreign_exception:
         throw 42;
+    case Vice::msvc_exception: {
+        // What its runtime raises, with nothing thrown: mark, object, description.
+        const ULONG_PTR arguments[] = {0x19930520, 0, 0};
+        RaiseException(codeOfMsvcException, EXCEPTION_NONCONTINUABLE, 3, arguments);
+        break;
+    }
     case Vice::structured_exception:
         RaiseException(codeOfStructuredException, 0, 0, nullptr);
         break;

@@ -94,6 +94,10 @@ FATES = {
     "foreign_exception": everywhere(
         TURNED_DOWN, effGetEffectName=crash(ABORT), effClose=crash(ABORT), detach=USUAL_END
     ),
+    # The host takes it for a std::exception wherever it calls an effect, whose compiler it cannot know.
+    "msvc_exception": everywhere(
+        TURNED_DOWN, effGetEffectName=Fate(QUIET_END, 0), effClose=crash(ABORT), detach=USUAL_END
+    ),
     "structured_exception": everywhere(crash(STRUCTURED_EXCEPTION), DllMain=TURNED_DOWN, detach=USUAL_END),
     "endless_loop": everywhere(Fate(HANG, WATCHDOG), detach=Fate(HANG_AT_EXIT, None, peer.EFFECT)),
     "endless_sleep": everywhere(Fate(HANG, WATCHDOG), detach=Fate(HANG_AT_EXIT, None, peer.EFFECT)),
