@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 /// The arithmetic that runs over whole channels. The destination comes first, as in memcpy. Pointers need no
 /// alignment; nothing allocates or locks; the code for the processor is chosen at run time. Callers test for
@@ -10,12 +11,21 @@
 /// Complex arrays are interleaved (real, imaginary) unless a name says Split.
 namespace DSP::Kernels {
 
-/// destination and source do not overlap.
+/// destination and source do not overlap, unless the destination begins first.
 void Copy(float* destination, const float* source, std::size_t count) noexcept;
 void Copy(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept;
 
 /// destination and source may overlap.
-void Move(float* destination, const float* source, std::size_t count) noexcept;
+inline void Move(float* destination, const float* source, std::size_t count) noexcept {
+    // Modulo the address space, a destination before the source is far beyond it.
+    const std::uintptr_t ahead =
+        reinterpret_cast<std::uintptr_t>(destination) - reinterpret_cast<std::uintptr_t>(source);
+    if (ahead < count * sizeof(float)) {
+        std::memmove(destination, source, count * sizeof(float));
+    } else {
+        Copy(destination, source, count);
+    }
+}
 void Move(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept;
 
 void Zero(float* destination, std::size_t count) noexcept;
