@@ -129,8 +129,8 @@ void ElementHostImpl::SetAudioRunning(bool running) {
 
 void ElementHostImpl::NoteAudioActivity() {
     const std::uint32_t now = ticks_();
-    // 0 stands for never.
-    lastAudioTick_.store(now == 0 ? 1 : now, std::memory_order_relaxed);
+    // 0 stands for never; the tick before it does as well.
+    lastAudioTick_.store(now == 0 ? 0xFFFFFFFFU : now, std::memory_order_relaxed);
     if (!audioThreadLocked_.load(std::memory_order_relaxed)) {
         audioThreadId_.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
