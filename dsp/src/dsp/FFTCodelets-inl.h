@@ -409,6 +409,106 @@ inline void Inverse32(const FFTPlan&, const float* in, float* out, void*) noexce
     StorePairs(d, Complex<V4>{x3.im, x3.re}, out + 24);
 }
 
+#if HWY_TARGET == HWY_AVX2
+
+HWY_INLINE V8 ExchangeHalves(V8 v) {
+    return hn::ConcatLowerUpper(Eight(), v, v);
+}
+HWY_INLINE V8 HalfConstants(float low, float high) {
+    const Four half;
+    return hn::Combine(Eight(), hn::Set(half, high), hn::Set(half, low));
+}
+HWY_INLINE Complex<V8> Reversed(Complex<V8> v) {
+    return {ExchangeHalves(hn::Shuffle0123(v.re)), ExchangeHalves(hn::Shuffle0123(v.im))};
+}
+/// Lanes 1 to 7 of low and lane 0 of high.
+HWY_INLINE V8 ShiftOne(V8 high, V8 low) {
+    const Eight d;
+    return hn::CombineShiftRightBytes<4>(d, hn::ConcatLowerUpper(d, high, low), low);
+}
+/// Lane 7 of low and lanes 0 to 6 of high.
+HWY_INLINE V8 ShiftSeven(V8 high, V8 low) {
+    const Eight d;
+    return hn::CombineShiftRightBytes<12>(d, high, hn::ConcatLowerUpper(d, high, low));
+}
+
+/// The transform of 32 points as 4 x 8, rows of eight in, natural order out. factors: exp(-2 pi i p j / 32)
+/// for j = 1..3, eight p each. Transposed within the halves, the transforms of eight lie across four vectors,
+/// point l in the lower half and l + 4 in the upper one: sums and differences of the two, the differences
+/// turned, and a transform of four points leave even results below and odd ones above.
+HWY_INLINE void
+Transform32(Complex<V8>& x0, Complex<V8>& x1, Complex<V8>& x2, Complex<V8>& x3, const float* factors) {
+    const Eight d;
+    Butterfly4(x0, x1, x2, x3);
+    x1 = Times(x1, LoadSplit(d, factors, factors + 8));
+    x2 = Times(x2, LoadSplit(d, factors + 16, factors + 24));
+    x3 = Times(x3, LoadSplit(d, factors + 32, factors + 40));
+    Transpose4(d, x0.re, x1.re, x2.re, x3.re);
+    Transpose4(d, x0.im, x1.im, x2.im, x3.im);
+    const V8 signs = HalfConstants(1.0F, -1.0F);
+    const auto addHalves = [signs](Complex<V8> x) {
+        return Complex<V8>{
+            hn::MulAdd(x.re, signs, ExchangeHalves(x.re)), hn::MulAdd(x.im, signs, ExchangeHalves(x.im))};
+    };
+    x0 = addHalves(x0);
+    x1 = Times(addHalves(x1), {HalfConstants(1.0F, cosFourth), HalfConstants(0.0F, -cosFourth)});
+    x2 = Times(addHalves(x2), {HalfConstants(1.0F, 0.0F), HalfConstants(0.0F, -1.0F)});
+    x3 = Times(addHalves(x3), {HalfConstants(1.0F, -cosFourth), HalfConstants(0.0F, -cosFourth)});
+    Butterfly4(x0, x1, x2, x3);
+}
+
+inline void Forward64(const FFTPlan& plan, const float* in, float* out, void*) noexcept {
+    const Eight d;
+    Complex<V8> x0 = LoadPairs(d, in);
+    Complex<V8> x1 = LoadPairs(d, in + 16);
+    Complex<V8> x2 = LoadPairs(d, in + 32);
+    Complex<V8> x3 = LoadPairs(d, in + 48);
+    Transform32(x0, x1, x2, x3, plan.factors.data());
+    const float* factors = plan.splitFactors.data();
+    const Complex<V8> low1{ShiftOne(x1.re, x0.re), ShiftOne(x1.im, x0.im)};
+    const Complex<V8> low9{ShiftOne(x2.re, x1.re), ShiftOne(x2.im, x1.im)};
+    const BinPair<V8> outer = SplitBins(d, low1, Reversed(x3), LoadSplit(d, factors, factors + 16));
+    const BinPair<V8> inner = SplitBins(d, low9, Reversed(x2), LoadSplit(d, factors + 8, factors + 24));
+    const float re = hn::GetLane(x0.re);
+    const float im = hn::GetLane(x0.im);
+    out[0] = re + im;
+    out[1] = re - im;
+    StorePairs(d, outer.low, out + 2);
+    StorePairs(d, inner.low, out + 18);
+    StorePairsReversed(d, inner.high, out + 32);
+    StorePairsReversed(d, outer.high, out + 48);
+}
+
+inline void Inverse64(const FFTPlan& plan, const float* in, float* out, void*) noexcept {
+    const Eight d;
+    constexpr float scale = 0.015625F;
+    const V8 scales = hn::Set(d, scale);
+    const V8 twice = hn::Set(d, 2 * scale);
+    const float* factors = plan.splitFactors.data();
+    const V8 re = hn::Set(d, scale * (in[0] + in[1]));
+    const V8 im = hn::Set(d, scale * (in[0] - in[1]));
+    const BinPair<V8> outer = JoinBins(
+        d, LoadPairs(d, in + 2), LoadPairsReversed(d, in + 48), LoadSplit(d, factors, factors + 16), scales,
+        twice);
+    const BinPair<V8> inner = JoinBins(
+        d, LoadPairs(d, in + 18), LoadPairsReversed(d, in + 32), LoadSplit(d, factors + 8, factors + 24),
+        scales, twice);
+    const Complex<V8> high16 = Reversed(inner.high);
+    const Complex<V8> high24 = Reversed(outer.high);
+    // Parts exchanged: the forward transform then computes the inverse one.
+    Complex<V8> x0{ShiftSeven(outer.low.im, im), ShiftSeven(outer.low.re, re)};
+    Complex<V8> x1{ShiftSeven(inner.low.im, outer.low.im), ShiftSeven(inner.low.re, outer.low.re)};
+    Complex<V8> x2{high16.im, high16.re};
+    Complex<V8> x3{high24.im, high24.re};
+    Transform32(x0, x1, x2, x3, plan.factors.data());
+    StorePairs(d, Complex<V8>{x0.im, x0.re}, out);
+    StorePairs(d, Complex<V8>{x1.im, x1.re}, out + 16);
+    StorePairs(d, Complex<V8>{x2.im, x2.re}, out + 32);
+    StorePairs(d, Complex<V8>{x3.im, x3.re}, out + 48);
+}
+
+#endif
+
 #endif
 
 } // namespace HWY_NAMESPACE

@@ -64,12 +64,11 @@ inline void MiddlePasses(const FFTPlan& plan, WorkArrays& work, std::size_t& s) 
     }
 }
 
-template<class First>
 inline void ForwardInPasses(const FFTPlan& plan, const float* in, float* out, void* buffer) noexcept {
     const Wide d;
     const std::size_t points = std::size_t{1} << (plan.order - 1);
     WorkArrays work(buffer, points);
-    FirstPass8(First(), ShuffledPairsInput{in}, work.re, work.im, points, plan.factors.data());
+    FirstPass8(Wide(), ShuffledPairsInput{in}, work.re, work.im, points, plan.factors.data());
     std::size_t s = 8;
     MiddlePasses(plan, work, s);
     const SplitOutput last{work.nextRe, work.nextIm};
@@ -81,7 +80,6 @@ inline void ForwardInPasses(const FFTPlan& plan, const float* in, float* out, vo
     SplitPass(d, work.nextRe, work.nextIm, out, points, plan.splitFactors.data());
 }
 
-template<class First>
 inline void InverseInPasses(const FFTPlan& plan, const float* in, float* out, void* buffer) noexcept {
     const Wide d;
     const std::size_t points = std::size_t{1} << (plan.order - 1);
@@ -89,7 +87,7 @@ inline void InverseInPasses(const FFTPlan& plan, const float* in, float* out, vo
     JoinPass(d, in, work.re, work.im, points, plan.splitFactors.data());
     // From here on real and imaginary parts have changed places.
     FirstPass8(
-        First(), SplitInput{work.im, work.re}, work.nextRe, work.nextIm, points,
+        Wide(), SplitInput{work.im, work.re}, work.nextRe, work.nextIm, points,
         plan.factors.data() + plan.inverseFactors);
     work.Turn();
     std::size_t s = 8;
@@ -162,6 +160,10 @@ inline void MakeFactors(FFTPlan& plan, std::size_t lanes) {
         AppendFactors(plan, n, plan.radices[pass], 1, false);
         n /= plan.radices[pass];
     }
+}
+
+inline void MakeSplitFactors(FFTPlan& plan) {
+    const std::size_t points = std::size_t{1} << (plan.order - 1);
     plan.splitFactors.resize(points);
     for (std::size_t k = 1; k <= points / 2; ++k) {
         const Root root = GetRoot(k, 2 * points);
@@ -170,14 +172,24 @@ inline void MakeFactors(FFTPlan& plan, std::size_t lanes) {
     }
 }
 
-/// With 64 samples the first pass has four positions only.
-template<class First>
 inline void MakePasses(FFTPlan& plan) {
     ChooseRadices(plan);
-    MakeFactors(plan, hn::MaxLanes(First()));
-    plan.forward = &ForwardInPasses<First>;
-    plan.inverse = &InverseInPasses<First>;
+    MakeFactors(plan, hn::MaxLanes(Wide()));
+    MakeSplitFactors(plan);
+    plan.forward = &ForwardInPasses;
+    plan.inverse = &InverseInPasses;
     plan.bufferBytes = WorkArrays::GetBytes(std::size_t{1} << (plan.order - 1));
+}
+
+inline void Make64(FFTPlan& plan) {
+#if HWY_TARGET == HWY_AVX2
+    AppendFactors(plan, 32, 4, 8, false);
+    MakeSplitFactors(plan);
+    plan.forward = &Forward64;
+    plan.inverse = &Inverse64;
+#else
+    MakePasses(plan);
+#endif
 }
 
 void MakePlan(FFTPlan& plan) {
@@ -189,9 +201,9 @@ void MakePlan(FFTPlan& plan) {
         plan.forward = codelets[plan.order][0];
         plan.inverse = codelets[plan.order][1];
     } else if (plan.order == 6) {
-        MakePasses<Four>(plan);
+        Make64(plan);
     } else {
-        MakePasses<Wide>(plan);
+        MakePasses(plan);
     }
 }
 
