@@ -38,8 +38,8 @@ std::size_t GetAllocationCount() noexcept {
 
 } // namespace DSP::Testing
 
-// All forms: a sanitizer's own array and nothrow forms do not come by the plain one, and it watches that memory
-// goes back the way it came.
+// All forms: a sanitizer's own array and nothrow forms do not come by the plain one, and it watches that
+// memory goes back the way it came.
 void* operator new(std::size_t size) {
     return OrThrow(Allocate(size));
 }
