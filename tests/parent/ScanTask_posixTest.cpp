@@ -160,6 +160,25 @@ TEST_F(ScanTask, A_path_with_a_comma_cannot_be_handed_out) {
     EXPECT_FALSE(outcome.exit.valid);
 }
 
+TEST_F(ScanTask, A_run_scans_one_plug_in_after_the_other_in_their_order) {
+    const auto scanner = folder_ / "reports.exe";
+    std::ofstream(scanner) << "stands there";
+    ScanRunner runner({String(scanner.string()), "vendor", "product"});
+    std::vector<PluginIdentifier> plugins;
+    for (std::uint32_t i = 1; i <= 5; ++i) {
+        plugins.push_back(PluginIdentifier::ForVST("C:/a.dll", i));
+    }
+    std::vector<std::uint32_t> told;
+    const auto outcomes = runner.run(
+        plugins, {}, [&told](const ScanOutcome& outcome) { told.push_back(outcome.identifier.vstId); });
+    ASSERT_EQ(outcomes.size(), plugins.size());
+    for (std::size_t i = 0; i < plugins.size(); ++i) {
+        EXPECT_EQ(outcomes[i].verdict, ScanVerdict::reported);
+        EXPECT_EQ(outcomes[i].identifier.vstId, plugins[i].vstId);
+    }
+    EXPECT_EQ(told, (std::vector<std::uint32_t>{1, 2, 3, 4, 5}));
+}
+
 TEST_F(ScanTask, Several_tasks_run_side_by_side_on_one_thread) {
     zmq::context_t context;
     const auto scanner = folder_ / "reports.exe";

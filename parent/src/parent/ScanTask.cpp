@@ -4,7 +4,9 @@
 #include "protocol/ScanReport.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
+#include <string>
 #include <utility>
 
 namespace Tarvik {
@@ -29,7 +31,9 @@ ScanTask::ScanTask(zmq::context_t& context, const ScannerSettings& settings, Wor
     socket_.bind("tcp://127.0.0.1:*");
     endReceiver_.set(zmq::sockopt::linger, 0);
     endSender_.set(zmq::sockopt::linger, 0);
-    const std::string name = "inproc://scan-task-" + std::to_string(reinterpret_cast<std::uintptr_t>(this));
+    // Never used twice: a name stays taken for a while after its socket was closed.
+    static std::atomic<unsigned> count = 0;
+    const std::string name = "inproc://scan-task-" + std::to_string(++count);
     endReceiver_.bind(name);
     endSender_.connect(name);
     outcome_.asked = item_.identifier;
