@@ -195,8 +195,8 @@ TEST(WorkItem, Nesting_is_followed_a_thousand_deep_and_no_further) {
     };
     EXPECT_NO_THROW(decode(extra(1022)));
     EXPECT_THROW(decode(extra(1023)), msgpack::depth_size_overflow);
-    EXPECT_THROW(decode(std::string(10'000'000, '\x91')), msgpack::unpack_error);
-    EXPECT_THROW(decode(std::string(10'000'000, '\x81')), msgpack::unpack_error);
+    EXPECT_THROW(decode(std::string(8'000'000, '\x91')), msgpack::unpack_error);
+    EXPECT_THROW(decode(std::string(8'000'000, '\x81')), msgpack::unpack_error);
 }
 
 TEST(WorkItem, Random_bytes_decode_or_end_in_one_of_msgpacks_exceptions) {

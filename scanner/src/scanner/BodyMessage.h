@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <exception>
-#include <memory>
 
 namespace Tarvik {
 
@@ -14,10 +13,13 @@ namespace Tarvik {
 inline zmq::message_t BodyMessage(msgpack::sbuffer buffer) {
     const auto release = [](void* data, void*) { std::free(data); };
     const std::size_t size = buffer.size();
-    std::unique_ptr<char, decltype(&std::free)> bytes(buffer.release(), &std::free);
-    zmq::message_t message(bytes.get(), size, release);
-    static_cast<void>(bytes.release());
-    return message;
+    char* const bytes = buffer.release();
+    try {
+        return zmq::message_t(bytes, size, release);
+    } catch (...) {
+        std::free(bytes);
+        throw;
+    }
 }
 
 /// The frame for the record that encode packs. A failure on the way leaves an empty frame: the parent, which

@@ -68,11 +68,11 @@ bool pointIntoData(msgpack::type::object_type, std::size_t, void*) {
 
 } // namespace
 
-msgpack::object_handle UnpackBounded(const char* data, std::size_t size) {
+msgpack::object UnpackBounded(msgpack::zone& zone, const char* data, std::size_t size) {
     BoundsVisitor bounds(size);
     // Malformed bytes end the dry run early, and are reported by the real one, which comes as far.
     msgpack::parse(data, size, bounds);
-    return msgpack::unpack(data, size, pointIntoData);
+    return msgpack::unpack(zone, data, size, pointIntoData);
 }
 
 String TextFromObject(const msgpack::object& object) {
@@ -95,7 +95,7 @@ PluginIdentifier IdentifierFromObject(const msgpack::object& object) {
     return identifier;
 }
 
-void PackText(BufferPacker& packer, std::string_view text) {
+void PackText(BufferPacker& packer, std::span<const char> text) {
     const std::uint32_t size = msgpack::checked_get_container_size(text.size());
     packer.pack_str(size);
     packer.pack_str_body(text.data(), size);

@@ -26,8 +26,8 @@ checked_value<ScanReport> DecodeScanReport(const void* data, std::size_t size) {
     if (size == 0) {
         return {};
     }
-    const msgpack::object_handle body = UnpackBounded(static_cast<const char*>(data), size);
-    const msgpack::object& root = body.get();
+    msgpack::zone zone;
+    const msgpack::object root = UnpackBounded(zone, static_cast<const char*>(data), size);
     if (root.type != msgpack::type::ARRAY) {
         throw msgpack::type_error();
     }

@@ -27,10 +27,11 @@ std::set<PluginIdentifier> identifiersFromObject(const msgpack::object& object) 
 } // namespace
 
 WorkItem DecodeWorkItem(const void* data, std::size_t size) {
-    const msgpack::object_handle body = UnpackBounded(static_cast<const char*>(data), size);
-    const auto elements = elementsOf(body.get());
+    msgpack::zone zone;
+    const msgpack::object body = UnpackBounded(zone, static_cast<const char*>(data), size);
+    const auto elements = elementsOf(body);
     WorkItem item;
-    if (elements.size() > 0) {
+    if (!elements.empty()) {
         item.identifier = IdentifierFromObject(elements[0]);
     }
     if (elements.size() > 1) {
