@@ -4,6 +4,7 @@ Run by run.py, which runs the tests of a class side by side. None of these needs
 """
 
 import random
+import re
 import socket
 import struct
 import time
@@ -50,6 +51,12 @@ def exchange(*reply):
 
 def exchange_body(body):
     return exchange(peer.WORK_REPLY, body)
+
+
+def result_without_plugin(identifier):
+    """What is reported of a plug-in that is not there. A VST file that cannot be read shows no processor that it is
+    built for; without a path there is no file to ask, and no other format is examined."""
+    return peer.WRONG_ARCHITECTURE if re.match(r"VST: [^,]*,.", identifier) else peer.UNCONFIRMED
 
 
 class Case(unittest.TestCase):
@@ -274,7 +281,8 @@ class Identifiers(Case):
     """The text sent, the text reported."""
 
     def unconfirmed(self, sent, reported=None):
-        self.assert_reports(peer.work_item(sent), peer.UNCONFIRMED, sent if reported is None else reported)
+        reported = sent if reported is None else reported
+        self.assert_reports(peer.work_item(sent), result_without_plugin(reported), reported)
 
     def test_None_is_unconfirmed(self):
         self.unconfirmed("None")
@@ -330,7 +338,7 @@ class Identifiers(Case):
     def test_A_TestableDSP_identifier_without_path_does_not_parse(self):
         self.unconfirmed("TDSP: 1,", "None")
 
-    def test_A_missing_VST_library_is_unconfirmed_and_keeps_its_identifier(self):
+    def test_A_missing_VST_library_is_for_no_processor_and_keeps_its_identifier(self):
         self.unconfirmed("VST: 'abcd',C:\\nothing\\here.dll")
 
     def test_A_VST_code_with_a_zero_byte_is_written_in_hexadecimal(self):
@@ -372,7 +380,7 @@ class Known(Case):
         self.assert_reports(peer.work_item(identifier, known), peer.KNOWN, identifier)
 
     def unknown(self, identifier, *known):
-        self.assert_reports(peer.work_item(identifier, known), peer.UNCONFIRMED, identifier)
+        self.assert_reports(peer.work_item(identifier, known), result_without_plugin(identifier), identifier)
 
     def test_A_listed_audio_unit_is_known(self):
         self.known("AU: 'aufx','abcd','Tarv'", "AU: 'aufx','abce','Tarv'", "AU: 'aufx','abcd','Tarv'")
@@ -671,7 +679,7 @@ class RandomBodies(Case):
         if outcome.report is not None:
             self.assertEqual(outcome.report.frames[0], peer.WORK_COMPLETE)
             result, name, (identifier,) = msgpack.unpackb(outcome.report.frames[1], raw=True)
-            self.assertIn(result, (peer.UNCONFIRMED, peer.KNOWN))
+            self.assertIn(result, (peer.UNCONFIRMED, peer.WRONG_ARCHITECTURE, peer.KNOWN))
             self.assertEqual(name, b"")
             self.assertRegex(identifier, rb"(?s)\A(None|VST: .*|AU: .*|DX: .*|TDSP: .*)\Z")
 
