@@ -132,10 +132,12 @@ int main(int count, char** arguments) {
                "2 bad command line or no such path; 3 a scanner process could not do its part.");
     app.add_option("path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
     app.add_option(
-        "--identifier", options.identifiers,
-        "A plug-in by its identifier, such as \"VST: 'abcd',C:\\a.dll\"");
+           "--identifier", options.identifiers,
+           "A plug-in by its identifier, such as \"VST: 'abcd',C:\\a.dll\"")
+        ->allow_extra_args(false);
     app.add_option(
-        "--known", options.known, "An identifier that is already known; what equals it reports \"known\"");
+           "--known", options.known, "An identifier that is already known; what equals it reports \"known\"")
+        ->allow_extra_args(false);
     app.add_option("--scanner", options.scanner, "The scanner program")->capture_default_str();
     app.add_option("--vendor", options.vendor, "The host vendor that plug-ins are told")
         ->capture_default_str();
