@@ -62,7 +62,7 @@ stage_fuzz() {
     mkdir -p "build/fuzz/$name" "fuzz/corpus/$name"
     echo "$name"
   done | xargs -P "$jobs" -I{} sh -c '
-    build/native-fuzz/bin/{} -max_total_time='"${FUZZ_SECONDS:-20}"' -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+    build/native-fuzz/bin/{} -max_total_time='"${FUZZ_SECONDS:-20}"' -timeout=25 -rss_limit_mb=2048 -print_final_stats=1 \
       -artifact_prefix=build/fuzz/{}- build/fuzz/{} fuzz/corpus/{} >build/logs/fuzz-{}.log 2>&1
     status=$?
     grep -h "stat::number_of_executed_units" build/logs/fuzz-{}.log | sed "s/^stat::number_of_executed_units:/{}: executions/"
