@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -30,10 +31,17 @@ public:
     bool isLinked() const override { return linkedAnswer; }
 
     bool linkedAnswer = false;
+    /// At the end of the next change; may be empty.
+    std::function<void()> atEnd;
 
 protected:
     void beginChange() override { tell("begin"); }
-    void endChange() override { tell("end"); }
+    void endChange() override {
+        tell("end");
+        if (const auto once = std::exchange(atEnd, nullptr)) {
+            once();
+        }
+    }
 
 private:
     void tell(const std::string& what) { log_.push_back(name().toStdString() + " " + what); }
@@ -135,6 +143,30 @@ TEST_F(AbsoluteLinkControllerTest, A_linked_set_within_a_linked_change_settles_o
     EXPECT_EQ(a.value(), 5.0f);
     EXPECT_EQ(b.value(), 5.0f);
     EXPECT_EQ(c.value(), 4.0f) << "the outer set reaches the last one after the inner did";
+    EXPECT_FALSE(a.isInChange());
+    EXPECT_FALSE(b.isInChange());
+    EXPECT_FALSE(c.isInChange());
+}
+
+TEST_F(AbsoluteLinkControllerTest, Parameters_end_in_list_order_also_when_one_ends_into_another_change) {
+    a.atEnd = [this] { controller.linkedParam(2)->setValue(7.0f); };
+    controller.linkedParam(0)->setValue(4.0f);
+    EXPECT_THAT(
+        log, ElementsAre(
+                 "a begin", "b begin", "c begin", "a 4", "b 4", "c 4", "a end", "a 7", "b 7", "c 7", "b end",
+                 "c end"));
+    EXPECT_FALSE(a.isInChange());
+    EXPECT_FALSE(b.isInChange());
+    EXPECT_FALSE(c.isInChange());
+}
+
+TEST_F(AbsoluteLinkControllerTest, What_begins_while_the_last_one_ends_is_a_change_of_its_own) {
+    c.atEnd = [this] { controller.linkedParam(1)->setValue(7.0f); };
+    controller.linkedParam(0)->setValue(4.0f);
+    EXPECT_THAT(
+        log, ElementsAre(
+                 "a begin", "b begin", "c begin", "a 4", "b 4", "c 4", "a end", "b end", "c end", "a begin",
+                 "b begin", "a 7", "b 7", "c 7", "a end", "b end"));
     EXPECT_FALSE(a.isInChange());
     EXPECT_FALSE(b.isInChange());
     EXPECT_FALSE(c.isInChange());

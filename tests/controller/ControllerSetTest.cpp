@@ -2,7 +2,7 @@
 
 #include "controller/KeyValueCoding.h"
 #include "controller/ParamMemory.h"
-#include "controller/VirtualSlot.h"
+#include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 #include <memory>

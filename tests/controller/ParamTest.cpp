@@ -1,6 +1,6 @@
 #include "controller/ParamMemory.h"
 #include "controller/StringParam.h"
-#include "controller/VirtualSlot.h"
+#include "support/VirtualSlot.h"
 
 #include <cmath>
 #include <functional>
@@ -76,6 +76,74 @@ TEST(Param, Its_operations_stand_in_their_published_order) {
         EXPECT_EQ(slots[i], slots[i - 1] + 1) << i;
     }
     EXPECT_EQ(virtualSlot(&ParamStorage<float>::get), virtualSlot(&ParamStorage<float>::set) + 1);
+}
+
+TEST(StringParam, Its_operations_stand_in_the_same_order_without_those_of_the_range) {
+    struct OpenString : Controller::StringParam {
+        using StringParam::endChange;
+    };
+    using Controller::StringParam;
+    EXPECT_EQ(
+        virtualSlots(&StringParam::setDefault, &StringParam::defaultValue, &StringParam::resetToDefault),
+        slotsFrom(virtualSlot(&OpenString::endChange) + 1, 3));
+}
+
+TEST(EnumParam, The_text_of_a_value_stands_behind_the_name) {
+    using Controller::EnumParam;
+    EXPECT_EQ(
+        virtualSlots(
+            static_cast<String (EnumParam::*)() const>(&EnumParam::name),
+            static_cast<String (EnumParam::*)(std::uint32_t) const>(&EnumParam::name), &EnumParam::isLinked),
+        slotsFrom(virtualSlot(&EnumParam::resetToDefault) + 1, 3));
+}
+
+/// Notes at each end of a change whether the parameter is in one.
+class MarkedParam final : public FloatParamMemory {
+public:
+    MarkedParam() : FloatParamMemory(1.0f, {0.0f, 10.0f}, "marked") {}
+
+    std::vector<std::string> log;
+
+protected:
+    void beginChange() override { log.push_back(isInChange() ? "begins inside" : "begins outside"); }
+    void endChange() override { log.push_back(isInChange() ? "ends inside" : "ends outside"); }
+};
+
+TEST(Param, A_change_is_open_from_before_its_begin_until_after_its_end) {
+    MarkedParam param;
+    param.setValue(2.0f);
+    EXPECT_THAT(param.log, ElementsAre("begins inside", "ends inside"));
+    EXPECT_FALSE(param.isInChange());
+}
+
+TEST(Param, A_grab_is_open_from_after_its_begin_until_after_its_end) {
+    MarkedParam param;
+    auto handle = param.grab();
+    EXPECT_TRUE(param.isInChange());
+    handle.reset();
+    EXPECT_THAT(param.log, ElementsAre("begins outside", "ends inside"));
+    EXPECT_FALSE(param.isInChange());
+}
+
+/// Notes what the constructor of a concrete class does to it.
+class NotingFloat : public FloatParam {
+public:
+    using FloatParam::FloatParam;
+    void setRange(const value_range<float>& range) override {
+        log.push_back("range");
+        FloatParam::setRange(range);
+    }
+    void setDefault(const float& value) override {
+        log.push_back("default");
+        FloatParam::setDefault(value);
+    }
+
+    std::vector<std::string> log;
+};
+
+TEST(Param, Memory_parameters_are_given_their_range_and_then_their_default) {
+    const Controller::ParamMemory<float, NotingFloat> param(0.5f, {0.0f, 1.0f}, "noting");
+    EXPECT_THAT(param.log, ElementsAre("range", "default"));
 }
 
 TEST(Param, Is_an_object_named_Param_and_may_end_a_key_path) {

@@ -14,8 +14,7 @@ struct AudioPathCounts {
     std::size_t locks = 0;
 };
 
-/// Of the calling thread since it began; where CountsLocks() is false, of allocations alone, and those may be
-/// of all threads.
+/// Of the calling thread since it began; where CountsLocks() is false, of allocations alone.
 AudioPathCounts GetAudioPathCounts() noexcept;
 
 /// Whether `locks` and `frees` are counted on this platform and in this build. Allocations always are.

@@ -1,10 +1,10 @@
-#include "AllocationCount.h"
 #include "AudioPathCount.h"
+#include "support/AllocationCount.h"
 
 namespace DSP::Testing {
 
 AudioPathCounts GetAudioPathCounts() noexcept {
-    return {GetAllocationCount(), 0, 0};
+    return {AllocationCount(), 0, 0};
 }
 
 bool CountsLocks() noexcept {

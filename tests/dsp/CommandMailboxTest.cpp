@@ -1,6 +1,8 @@
 #include "TestElement.h"
 #include "dsp/DSPCommand.h"
 #include "dsp/FunctionObjectCommand.h"
+#include "support/AllocationCount.h"
+#include "support/VirtualSlot.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -76,6 +78,86 @@ TEST_F(CommandMailboxTest, A_new_command_is_pending_and_not_cancelled) {
     const Logged command(log, "a");
     EXPECT_TRUE(command.IsPending());
     EXPECT_FALSE(command.IsCancelled());
+}
+
+TEST(DSPCommand, Its_operations_stand_in_their_published_order_and_the_destructor_behind_them) {
+    struct Extended : DSPCommand {
+        virtual void Added() {}
+    };
+    EXPECT_EQ(
+        virtualSlots(&DSPCommand::Execute, &DSPCommand::Finish, &DSPCommand::IsPending, &DSPCommand::Cancel),
+        slotsFrom(0, 4));
+    EXPECT_EQ(virtualSlot(&Extended::Added), 4 + destructorSlots);
+}
+
+TEST_F(CommandMailboxTest, The_host_is_told_of_a_post_before_all_else_and_of_the_end_before_the_destruction) {
+    const DSPCommand* told = nullptr;
+    host.onCommandPosted = [&](DSPCommand* command) {
+        told = command;
+        log.push_back("posted");
+    };
+    host.onCommandFinished = [&](DSPCommand* command) {
+        EXPECT_EQ(command, told);
+        log.push_back("ended");
+    };
+    element.PostCommand(new Logged(log, "a", true, false));
+    EXPECT_THAT(TakeLog(), ElementsAre("posted", "a executed", "a finished", "ended", "a destroyed"));
+    host.audioRunning = true;
+    element.PostCommand(new Logged(log, "b"));
+    Block();
+    element.Idle();
+    EXPECT_THAT(TakeLog(), ElementsAre("posted", "b executed", "ended", "b destroyed"));
+    element.PostCommand(new Logged(log, "c"));
+    host.audioRunning = false;
+    element.Idle();
+    EXPECT_THAT(TakeLog(), ElementsAre("posted", "c executed", "ended", "c destroyed"));
+}
+
+TEST_F(CommandMailboxTest, Without_memory_for_a_larger_queue_the_command_is_lost_and_destroyed) {
+    host.audioRunning = true;
+    for (int i = 0; i < 1023; ++i) {
+        element.PostCommand(new Logged(log, "waiting"));
+    }
+    log.reserve(1);
+    auto* const command = new Logged(log, "a");
+    {
+        const WithoutMemory none;
+        element.PostCommand(command);
+    }
+    EXPECT_THAT(TakeLog(), ElementsAre("a destroyed"));
+    EXPECT_EQ(host.finished, 0U);
+    Block();
+    EXPECT_EQ(TakeLog().size(), 1023U) << "the others run";
+}
+
+TEST_F(CommandMailboxTest, With_audio_stopped_a_frozen_element_runs_a_new_command_and_leaves_the_older_ones) {
+    host.audioRunning = true;
+    element.PostCommand(new Logged(log, "old"));
+    host.audioRunning = false;
+    element.SetCommandsFrozen(true);
+    element.PostCommand(new Logged(log, "new"));
+    EXPECT_THAT(TakeLog(), ElementsAre("new executed", "new destroyed"));
+    EXPECT_EQ(element.drains, 0U);
+    element.SetCommandsFrozen(false);
+    element.Idle();
+    EXPECT_THAT(TakeLog(), ElementsAre("old executed", "old destroyed"));
+}
+
+TEST_F(CommandMailboxTest, The_childrens_Idle_comes_before_the_elements_own) {
+    struct Idling : TestElement {
+        Idling(TestElementHost& elementHost, Log& notes, const char* text)
+            : TestElement(elementHost), log(notes), name(text) {}
+        void OnIdle() override { log.push_back(name); }
+        Log& log;
+        const char* name;
+    };
+    Idling parent(host, log, "parent");
+    Idling first(host, log, "first child");
+    Idling second(host, log, "second child");
+    parent.AddChild(&first);
+    parent.AddChild(&second);
+    parent.Idle();
+    EXPECT_THAT(TakeLog(), ElementsAre("first child", "second child", "parent"));
 }
 
 TEST_F(CommandMailboxTest, With_audio_running_a_command_runs_in_the_next_block_and_ends_in_Idle) {

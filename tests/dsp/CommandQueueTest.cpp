@@ -1,5 +1,6 @@
 #include "dsp/CommandQueue.h"
 #include "dsp/DSPCommand.h"
+#include "support/AllocationCount.h"
 
 #include <gtest/gtest.h>
 
@@ -69,6 +70,27 @@ TEST(CommandQueueTest, Small_blocks_double_until_512_slots) {
     for (Numbered& command : commands) {
         ASSERT_EQ(queue.Dequeue(), &command);
     }
+}
+
+TEST(CommandQueueTest, Without_memory_for_a_second_block_the_command_is_not_stored) {
+    auto commands = makeCommands(4);
+    CommandQueue queue(3);
+    for (std::size_t i = 0; i < 3; ++i) {
+        ASSERT_TRUE(queue.Enqueue(&commands[i]));
+    }
+    bool stored = true;
+    {
+        const WithoutMemory none;
+        stored = queue.Enqueue(&commands[3]);
+    }
+    EXPECT_FALSE(stored);
+    EXPECT_EQ(queue.GetNumBlocks(), 1U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(queue.Dequeue(), &commands[i]);
+    }
+    EXPECT_EQ(queue.Dequeue(), nullptr);
+    EXPECT_TRUE(queue.Enqueue(&commands[3]));
+    EXPECT_EQ(queue.Dequeue(), &commands[3]);
 }
 
 TEST(CommandQueueTest, Without_allocation_a_full_ring_refuses) {

@@ -1,7 +1,7 @@
 #include "dsp/DataTail.h"
 
-#include "AllocationCount.h"
 #include "dsp/DataTailCirc.h"
+#include "support/AllocationCount.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -218,7 +218,7 @@ TYPED_TEST(DataTailTest, Within_the_capacity_nothing_allocates) {
     const float* const* source = this->feed.Next(40);
     std::vector<float> data(40);
     float* const pointers[numChannels] = {data.data(), data.data()};
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     for (int round = 0; round < 10; ++round) {
         this->tail.Append(source, 40);
         this->tail.CopyOut(pointers, 40);
@@ -226,7 +226,7 @@ TYPED_TEST(DataTailTest, Within_the_capacity_nothing_allocates) {
         this->tail.Consume(40);
         this->tail.GetWritePointers(50);
     }
-    EXPECT_EQ(GetAllocationCount(), before);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "dsp/DelayLine.h"
 
-#include "AllocationCount.h"
+#include "support/AllocationCount.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -257,13 +257,13 @@ TEST(DelayLineTest, Nothing_but_construction_allocates) {
     DelayLine line(100);
     std::vector<float> data(2000, 1.0F);
     std::vector<float> out(2000);
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     line.SetDelay(10);
     line.Process(data.data(), 2000);
     line.SetDelay(20);
     line.ProcessBlock(data, out);
     line.Reset();
-    EXPECT_EQ(GetAllocationCount(), before);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 } // namespace

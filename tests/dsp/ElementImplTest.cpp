@@ -1,3 +1,4 @@
+#include "AudioPathCount.h"
 #include "TestElement.h"
 #include "dsp/AudioProcessor.h"
 
@@ -277,6 +278,37 @@ TEST_F(ElementImplTest, Configure_with_the_dry_path_on_keeps_it_working_for_more
     TestAudio audio(5, 4, 1.0F);
     element.Process(4, audio.GetPointers());
     EXPECT_THAT(audio.channels[4], Each(1.0F));
+}
+
+TEST_F(ElementImplTest, Configure_and_AddChild_reserve_what_the_next_block_takes) {
+    TestElement element(host, mono);
+    TestElement child(host, mono);
+    element.EnableDryPath(true);
+    element.Reset();
+    std::uint32_t used = 0;
+    element.dsp = [&](std::uint32_t, std::uint32_t, float**) { used = host.GetScratchUsed(); };
+    const auto allocationsOfABlock = [&](std::size_t channels) {
+        TestAudio audio(channels, host.maxBlockSize, 0.5F);
+        float** const pointers = audio.GetPointers();
+        const AudioPathCounts before = GetAudioPathCounts();
+        element.Process(host.maxBlockSize, pointers);
+        return GetAudioPathCounts().allocations - before.allocations;
+    };
+
+    constexpr std::uint32_t surround = 8;
+    element.Configure(48000.0F, surround);
+    EXPECT_EQ(allocationsOfABlock(element.GetNumChannels()), 0U);
+    EXPECT_EQ(used, element.GetScratchBytes());
+    EXPECT_EQ(host.GetScratchUsed(), 0U);
+
+    child.ownScratch = 1000000;
+    element.AddChild(&child);
+    EXPECT_GT(element.GetScratchBytes(), used);
+    element.dsp = [&](std::uint32_t, std::uint32_t, float**) {
+        host.FreeScratch(host.AllocScratch(child.ownScratch), child.ownScratch);
+    };
+    EXPECT_EQ(allocationsOfABlock(element.GetNumChannels()), 0U);
+    EXPECT_EQ(host.GetScratchUsed(), 0U);
 }
 
 TEST_F(ElementImplTest, A_layout_without_meaning_has_no_channels_and_processes_nothing) {

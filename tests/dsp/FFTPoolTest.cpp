@@ -1,9 +1,11 @@
 #include "dsp/FFTPool.h"
 
-#include "AllocationCount.h"
 #include "dsp/KernelFailure.h"
+#include "support/AllocationCount.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <thread>
 #include <vector>
 
@@ -22,10 +24,10 @@ TEST(FFTPoolTest, Preparing_twice_makes_one_state) {
     FFTPool pool("pool");
     pool.Prepare(8);
     const FFT* state = pool.Get(8);
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     pool.Prepare(8);
     EXPECT_EQ(pool.Get(8), state);
-    EXPECT_EQ(GetAllocationCount(), before);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 TEST(FFTPoolTest, An_order_past_the_pool_is_null_and_prepares_nothing) {
@@ -77,9 +79,9 @@ TEST(FFTPoolTest, A_smaller_order_leaves_the_buffer_where_it_is) {
 TEST(FFTPoolTest, Getting_a_prepared_order_allocates_nothing) {
     FFTPool pool("pool");
     pool.Prepare(9);
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     EXPECT_NE(pool.Get(9), nullptr);
-    EXPECT_EQ(GetAllocationCount(), before);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 TEST(FFTPoolTest, Threads_that_ask_at_once_get_one_state_each_order) {
@@ -106,6 +108,29 @@ TEST(FFTPoolTest, Threads_that_ask_at_once_get_one_state_each_order) {
             EXPECT_NE(seen[t][order - 1], nullptr);
         }
     }
+}
+
+TEST(FFTPoolTest, A_smaller_order_is_prepared_beside_a_transform) {
+    FFTPool pool("pool");
+    pool.Prepare(10);
+    std::atomic<bool> stop = false;
+    std::thread preparing([&] {
+        for (unsigned order = 1; order < 10; ++order) {
+            pool.Prepare(order);
+        }
+        stop = true;
+    });
+    std::vector<float> signal(1024, 0.0F);
+    signal[0] = 1.0F;
+    std::vector<float> spectrum(signal.size());
+    std::uint32_t wrong = 0;
+    do {
+        pool.Get(10)->Forward(signal.data(), spectrum.data(), pool.GetBuffer());
+        // Of a unit impulse, every real part is one.
+        wrong += spectrum[0] != 1.0F || spectrum[1] != 1.0F || spectrum[512] != 1.0F;
+    } while (!stop);
+    preparing.join();
+    EXPECT_EQ(wrong, 0U);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "dsp/FFT.h"
 
-#include "AllocationCount.h"
 #include "KernelVariants.h"
 #include "dsp/KernelFailure.h"
 #include "dsp/VectorKernels.h"
+#include "support/AllocationCount.h"
 
 #include <cmath>
 #include <complex>
@@ -316,17 +316,17 @@ TEST(FFTTest, Calls_allocate_nothing) {
         const std::vector<float> signal = MakeNoise(std::size_t{1} << order, order);
         Transformer transformer(order);
         std::vector<float> packed(signal.size());
-        const std::size_t before = GetAllocationCount();
+        const std::size_t before = AllocationCount();
         transformer.fft->Forward(signal.data(), packed.data(), transformer.buffer.data());
         transformer.fft->Inverse(packed.data(), packed.data(), transformer.buffer.data());
-        EXPECT_EQ(GetAllocationCount(), before) << "order " << order;
+        EXPECT_EQ(AllocationCount(), before) << "order " << order;
     }
 }
 
 TEST(FFTTest, Allocations_are_counted) {
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     const std::vector<float> one(100);
-    EXPECT_EQ(GetAllocationCount(), before + 1);
+    EXPECT_EQ(AllocationCount(), before + 1);
     EXPECT_EQ(one.size(), 100U);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "dsp/HighwayTargets.h"
 #include "dsp/KernelTable.h"
+#include "svbase/util/HighwayTargets.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #include "dsp/MultichannelBufferView.h"
 
-#include "AllocationCount.h"
+#include "support/AllocationCount.h"
 
 #include <array>
 #include <cstddef>
@@ -174,11 +174,11 @@ TEST_F(DestroyedView, A_copy_of_more_than_24_entries_ends_the_process) {
 
 TEST(MultichannelBufferViewTest, Nothing_allocates) {
     Channels channels(24);
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     const View view(channels.spans, 16);
     View copy(view);
     copy = view;
-    EXPECT_EQ(GetAllocationCount(), before);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -28,6 +29,10 @@ public:
     std::uint32_t scratchTaken = 0;
     std::uint32_t blockOffset = 0;
     std::uint32_t paramBatches = 0;
+    /// What a test wants to see of the moment; each may be empty.
+    std::function<void(DSPCommand*)> onCommandPosted;
+    std::function<void(DSPCommand*)> onCommandFinished;
+    std::function<void(std::uint32_t value)> onParamBatch;
 
     void ReserveScratch(std::uint32_t bytes) override { pool.ReserveScratch(bytes); }
     void* AllocScratch(std::uint32_t bytes) override {
@@ -44,13 +49,28 @@ public:
     bool IsAudioRunning() const override { return audioRunning; }
     Util::CriticalSection& GetAudioLock() override { return audioLock; }
     bool ForcesLivePositions() const override { return livePositions; }
-    void OnParamBatch(std::uint32_t) override { ++paramBatches; }
+    void OnParamBatch(std::uint32_t value) override {
+        ++paramBatches;
+        if (onParamBatch) {
+            onParamBatch(value);
+        }
+    }
     bool IsBlockingAllowed() const override { return true; }
     void SetBlockingAllowed(bool) override {}
     bool IsOffAudioThread() const override { return true; }
     bool CanBlock() const override { return true; }
-    void OnCommandPosted(Element*, DSPCommand*) override { ++posted; }
-    void OnCommandFinished(Element*, DSPCommand*) override { ++finished; }
+    void OnCommandPosted(Element*, DSPCommand* command) override {
+        ++posted;
+        if (onCommandPosted) {
+            onCommandPosted(command);
+        }
+    }
+    void OnCommandFinished(Element*, DSPCommand* command) override {
+        ++finished;
+        if (onCommandFinished) {
+            onCommandFinished(command);
+        }
+    }
     void RequestFinish() override {}
     std::shared_ptr<Util::TaskQueue> GetTaskQueue() override { return nullptr; }
     std::uint32_t GetMaxBlockSize() const override { return maxBlockSize; }

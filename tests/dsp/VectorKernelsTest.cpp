@@ -1,7 +1,7 @@
 #include "dsp/VectorKernels.h"
 
-#include "AllocationCount.h"
 #include "KernelVariants.h"
+#include "support/AllocationCount.h"
 
 #include <algorithm>
 #include <complex>
@@ -236,7 +236,7 @@ TEST(VectorKernelsTest, No_kernel_allocates) {
     std::vector<float> a = MakeNoise(514, 1);
     std::vector<float> b = MakeNoise(514, 2);
     std::vector<float> sum = MakeNoise(514, 3);
-    const std::size_t before = GetAllocationCount();
+    const std::size_t before = AllocationCount();
     Kernels::Set(a.data(), 0.5F, 512);
     Kernels::Add(a.data(), b.data(), 512);
     Kernels::Multiply(a.data(), b.data(), 512);
@@ -245,7 +245,7 @@ TEST(VectorKernelsTest, No_kernel_allocates) {
         sum.data(), sum.data() + 257, a.data(), a.data() + 257, b.data(), b.data() + 257, 257);
     Kernels::PackedToComplex(sum.data(), a.data(), 9);
     Kernels::ComplexToPacked(b.data(), sum.data(), 9);
-    EXPECT_EQ(GetAllocationCount(), before);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 } // namespace

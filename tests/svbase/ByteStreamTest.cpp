@@ -1,5 +1,6 @@
 #include "svbase/util/ByteStream.h"
 
+#include "support/AllocationCount.h"
 #include "svbase/util/Exception.h"
 
 #include <gtest/gtest.h>
@@ -378,6 +379,22 @@ TEST(ByteStream, A_String_without_room_for_its_length_throws) {
     ByteStream stream(Bytes(3));
     String text;
     EXPECT_EQ(thrown([&] { stream.read(text); }), "Can't extract 4 bytes at position 0, total size 3");
+}
+
+TEST(ByteStream, Writing_into_reserved_room_allocates_nothing) {
+    ByteStream stream;
+    stream.write(std::uint32_t{7});
+    stream.reserve(100);
+    EXPECT_EQ(stream.data(), (Bytes{7, 0, 0, 0}));
+    EXPECT_EQ(stream.position(), 4U);
+    const std::uint64_t before = AllocationCount();
+    for (std::uint32_t i = 1; i < 25; ++i) {
+        stream.write(i);
+    }
+    EXPECT_EQ(AllocationCount(), before);
+    EXPECT_EQ(stream.size(), 100U);
+    stream.reserve(1);
+    EXPECT_EQ(stream.size(), 100U);
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #include "svbase/util/Signal.h"
 
-#include "svbase/AllocationCount.h"
+#include "support/AllocationCount.h"
 
+#include <cstdint>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -29,7 +30,10 @@ TEST(Signal, Slots_are_called_in_the_order_of_their_connection) {
 
 TEST(Signal, Emitting_without_listeners_does_nothing) {
     Signal<int, std::string> signal;
-    signal.emit(1, "one");
+    const std::string one = "one";
+    const std::uint64_t before = AllocationCount();
+    EXPECT_NO_THROW(signal.emit(1, one));
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 TEST(Signal, A_slot_that_emits_gets_its_second_value_after_the_round_has_reached_all_slots) {
@@ -211,11 +215,17 @@ TEST(Signal, Destroying_the_owner_of_the_signal_in_a_slot_does_not_stop_the_emis
 }
 
 TEST(Signal, A_listener_may_outlive_the_signal) {
-    Trackable listener;
+    const auto held = std::make_shared<int>(1);
     {
-        Signal<> signal;
-        signal.connect(listener, [] {});
+        Trackable listener;
+        {
+            Signal<> signal;
+            signal.connect(listener, [held] {});
+            EXPECT_EQ(held.use_count(), 2);
+        }
+        EXPECT_EQ(held.use_count(), 1) << "the slot goes with its signal";
     }
+    EXPECT_EQ(held.use_count(), 1);
 }
 
 TEST(Signal, A_disconnected_slot_is_not_called) {
@@ -376,12 +386,12 @@ TEST(Signal, Connecting_and_emitting_with_one_listener_allocates_nothing) {
     Trackable listener;
     Signal<const float&> signal;
     float seen = 0;
-    const auto before = allocationCount();
+    const auto before = AllocationCount();
     signal.connect(listener, [&](const float& v) { seen += v; });
     for (int i = 0; i < 100; ++i) {
         signal.emit(1.0f);
     }
-    EXPECT_EQ(allocationCount() - before, 0u);
+    EXPECT_EQ(AllocationCount() - before, 0u);
     EXPECT_EQ(seen, 100.0f);
 }
 
@@ -394,9 +404,9 @@ TEST(Signal, Emitting_with_many_listeners_some_of_them_dead_allocates_nothing) {
         signal.connect(*listeners.back(), [&](int) { ++calls; });
     }
     signal.emit(1);
-    const auto before = allocationCount();
+    const auto before = AllocationCount();
     signal.emit(1);
-    EXPECT_EQ(allocationCount() - before, 0u);
+    EXPECT_EQ(AllocationCount() - before, 0u);
     EXPECT_EQ(calls, 100);
 }
 
@@ -408,9 +418,9 @@ TEST(AllocationCount, Sees_a_nested_emission) {
             signal.emit(2);
         }
     });
-    const auto before = allocationCount();
+    const auto before = AllocationCount();
     signal.emit(1);
-    EXPECT_GT(allocationCount() - before, 0u) << "the counter must be able to fail the tests beside it";
+    EXPECT_GT(AllocationCount() - before, 0u) << "the counter must be able to fail the tests beside it";
 }
 
 TEST(Trackable, Its_token_expires_with_it) {

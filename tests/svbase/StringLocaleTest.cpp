@@ -14,12 +14,12 @@ protected:
         before_ = std::setlocale(LC_NUMERIC, nullptr);
         separator_ = String::decimalSeparator();
         for (const char* name :
-             {"German", "de-DE", "de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"}) {
+             {"de_DE.UTF-8", "German", "de-DE", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"}) {
             if (std::setlocale(LC_NUMERIC, name) != nullptr && *std::localeconv()->decimal_point == ',') {
                 return;
             }
         }
-        GTEST_SKIP() << "no locale with a decimal comma is installed";
+        GTEST_SKIP() << "no locale with a decimal comma is installed; test.sh makes one";
     }
     void TearDown() override {
         std::setlocale(LC_NUMERIC, before_.c_str());

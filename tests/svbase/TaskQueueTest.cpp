@@ -1,6 +1,7 @@
 #include "svbase/util/TaskQueue.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
@@ -53,13 +54,17 @@ TEST(TaskQueue, A_task_that_only_waits_does_not_hold_up_the_others) {
     TaskQueue queue(true);
     queue.enqueue([released] { released.wait(); });
     queue.enqueue([&] { other.set_value(); });
-    other.get_future().wait();
+    EXPECT_EQ(other.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
     release.set_value();
 }
 
 TEST(TaskQueue, Finishing_an_unused_queue_returns) {
     TaskQueue queue(true);
     queue.finish();
+    std::atomic<bool> ran = false;
+    queue.enqueue([&ran] { ran = true; });
+    queue.finish();
+    EXPECT_TRUE(ran) << "and leaves it usable";
     TaskQueue neverFinished(true);
 }
 

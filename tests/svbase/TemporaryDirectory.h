@@ -11,10 +11,11 @@
 /// An empty directory of its own, gone with everything in it at the end.
 class TemporaryDirectory {
 public:
-    TemporaryDirectory() {
+    TemporaryDirectory() : TemporaryDirectory(std::filesystem::temp_directory_path()) {}
+    explicit TemporaryDirectory(const std::filesystem::path& parent) {
         std::random_device random;
         do {
-            path_ = std::filesystem::temp_directory_path() / ("svbase-" + std::to_string(random()));
+            path_ = parent / ("svbase-" + std::to_string(random()));
         } while (!std::filesystem::create_directory(path_));
     }
     ~TemporaryDirectory() {

@@ -167,6 +167,8 @@ TEST(Thread, An_exception_leaves_the_state_finished) {
     FunctionThread thread([] { throw 1; }, "throws");
     thread.start();
     waitUntilFinished(thread);
+    EXPECT_EQ(thread.state(), Thread::State::Finished);
+    EXPECT_TRUE(thread.join());
 }
 
 TEST(FunctionThread, An_empty_function_ends_the_thread) {

@@ -13,16 +13,14 @@ constexpr std::size_t doublingLimit = 512;
 } // namespace
 
 CommandQueue::Block* CommandQueue::MakeBlock(std::size_t slots) noexcept {
-    std::unique_ptr<Block> block(new (std::nothrow) Block);
-    if (!block) {
-        return nullptr;
-    }
-    block->data.reset(new (std::nothrow) DSPCommand*[slots]);
-    if (!block->data) {
-        return nullptr;
-    }
-    block->sizeMask = slots - 1;
-    return block.release();
+    void* const memory = ::operator new(
+        sizeof(Block) + slots * sizeof(DSPCommand*), std::align_val_t(alignof(Block)), std::nothrow);
+    return memory ? new (memory) Block(slots) : nullptr;
+}
+
+void CommandQueue::FreeBlock(Block* block) noexcept {
+    block->~Block();
+    ::operator delete(block, std::align_val_t(alignof(Block)));
 }
 
 CommandQueue::CommandQueue(std::size_t entries) : largestBlockSize(std::bit_ceil(entries + 1)) {
@@ -40,7 +38,7 @@ CommandQueue::~CommandQueue() {
     Block* block = first;
     do {
         Block* const next = block->next;
-        delete block;
+        FreeBlock(block);
         block = next;
     } while (block != first);
 }
@@ -78,7 +76,7 @@ bool CommandQueue::PutInNext(DSPCommand* command) noexcept {
     // Empty, and the consumer does not come back before tailBlock says so.
     const std::size_t tail = next->tail.load(std::memory_order_relaxed);
     next->localFront = next->front.load(std::memory_order_acquire);
-    next->data[tail] = command;
+    next->Slot(tail) = command;
     next->tail.store((tail + 1) & next->sizeMask, std::memory_order_release);
     tailBlock.store(next, std::memory_order_release);
     return true;
@@ -92,7 +90,7 @@ bool CommandQueue::PutInNewBlock(DSPCommand* command) {
     }
     largestBlockSize = slots;
     Block* const last = tailBlock.load(std::memory_order_relaxed);
-    block->data[0] = command;
+    block->Slot(0) = command;
     block->tail.store(1, std::memory_order_relaxed);
     block->next = last->next;
     last->next = block;

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <memory>
 
 namespace DSP {
 
@@ -77,7 +76,7 @@ public:
 
     /// The number of blocks. [producer]
     std::size_t GetNumBlocks() const noexcept;
-    /// Slots of each block but the first, which has as many or fewer. [producer]
+    /// Slots of the largest block, which is the one added last. [producer]
     std::size_t GetLargestBlockSize() const noexcept { return largestBlockSize; }
 
 private:
@@ -89,15 +88,22 @@ private:
         std::size_t localFront = 0;
 
         alignas(cacheLine) Block* next = nullptr;
-        std::unique_ptr<DSPCommand*[]> data;
-        std::size_t sizeMask = 0;
+        const std::size_t sizeMask;
+
+        /// The slots stand right behind the block, in the same memory: a pointer to them would be one more
+        /// load of every Enqueue and Dequeue.
+        explicit Block(std::size_t slots) : sizeMask(slots - 1) {}
+        DSPCommand*& Slot(std::size_t index) noexcept {
+            return reinterpret_cast<DSPCommand**>(this + 1)[index];
+        }
     };
 
     /// Null without memory.
     static Block* MakeBlock(std::size_t slots) noexcept;
+    static void FreeBlock(Block* block) noexcept;
 
     static DSPCommand* Take(Block& block, std::size_t front) noexcept {
-        DSPCommand* const command = block.data[front];
+        DSPCommand* const command = block.Slot(front);
         block.front.store((front + 1) & block.sizeMask, std::memory_order_release);
         return command;
     }
@@ -112,7 +118,7 @@ private:
                 return false;
             }
         }
-        block.data[tail] = command;
+        block.Slot(tail) = command;
         block.tail.store(following, std::memory_order_release);
         return true;
     }

@@ -46,9 +46,7 @@ void DispatchInfo<T>::Deliver() {
         return;
     }
     changed = false;
-    // A slot may end the element and with it this record.
-    const std::shared_ptr<Signal<T>> keep = signal;
-    keep->emit(value);
+    signal->emit(value);
     if (controlCallback && source.load(std::memory_order_relaxed).value != SourceTag::ownChange) {
         controlCallback(value);
     }

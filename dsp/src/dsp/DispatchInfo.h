@@ -33,7 +33,12 @@ T LoadParamTarget(T& target) noexcept {
 /// adds one before it posts, the audio thread subtracts one after the value is stored, with release; Poll
 /// reads it with acquire before it reads `*target`. So a Poll that sees 0 sees the values of all commands
 /// that were counted, and a Poll during their travel keeps quiet instead of taking the old value for a change
-/// of the DSP's. The callbacks are set before the parameter is used and never change after, until Detach.
+/// of the DSP's. A command that is lost for want of memory stays counted, and Poll quiet: the control side's
+/// value is then the last word. The callbacks are set before the parameter is used and never change after,
+/// until Detach.
+///
+/// A slot may end the element, and the last handle with it. Who calls Set or Deliver holds the table that the
+/// record stands in until the call is over.
 template<class T>
 class DispatchInfo : noncopyable {
 public:
@@ -60,8 +65,16 @@ public:
 
     /// A command is about to be posted. [control]
     void BeginFlight() { inFlight.fetch_add(1, std::memory_order_relaxed); }
-    /// A command has run. [audio]
-    void EndFlight() { inFlight.fetch_sub(1, std::memory_order_release); }
+    /// A command runs. Its end is the end of the flight, also when a callback throws: what threw is not run
+    /// again, and an unended flight would keep Poll quiet for ever. [audio]
+    class Landing : noncopyable {
+    public:
+        explicit Landing(DispatchInfo& record) : info(record) {}
+        ~Landing() { info.inFlight.fetch_sub(1, std::memory_order_release); }
+
+    private:
+        DispatchInfo& info;
+    };
     std::uint32_t GetInFlight() const { return inFlight.load(std::memory_order_acquire); }
 
     Signal<T>& GetSignal() { return *signal; }

@@ -14,8 +14,8 @@ public:
         : info(&dispatchInfo), value(newValue), source(sourceTag) {}
 
     bool Execute() override {
+        const typename DispatchInfo<T>::Landing landing(*info);
         info->Set(ParamSide::audio, value, source);
-        info->EndFlight();
         return false;
     }
 

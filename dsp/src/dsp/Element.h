@@ -150,7 +150,8 @@ public:
     virtual AttributeMap& GetAttributesRef() { return ownerAttributes; }
 
     /// Keeps the unprocessed signal, delayed by the latency, so that the element can be bypassed with a fade.
-    /// Waits for the running block. [control]
+    /// Waits for the running block. Reserves scratch memory for this element; one that runs inside another's
+    /// Process wants the outer one reset afterwards, which reserves for both. [control]
     virtual void EnableDryPath(bool enable) = 0;
     /// After a block, with the dry path on: what the element made, and what went in. [audio]
     virtual void OnProcessed(std::uint32_t numFrames, float** output) = 0;
@@ -165,8 +166,8 @@ public:
     /// Forgets what is queued and calls the element's OnClearState; delays and fades stay. [control]
     virtual void ClearState() = 0;
 
-    /// Cuts a region where it is silent for longer than `distance` frames. The base form leaves `regions`
-    /// empty: elements that render regions give it its body.
+    /// Cuts a region where it is silent for longer than `distance` frames. Offline rendering is not here yet:
+    /// the base form leaves `regions` empty.
     virtual void GetRegions(
         std::vector<std::unique_ptr<Region>>& regions, const Region& region, std::uint64_t distance) = 0;
 

@@ -8,6 +8,7 @@
 #include "dsp/SetParamWithoutCallbacksCommand.h"
 #include "svbase/util/CriticalSection.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <mutex>
@@ -78,6 +79,18 @@ struct ElementDispatcher::Params {
     std::map<String, ParamInfo> descriptions;
 
     checked_value<std::uint32_t>& LastSource(std::uint32_t source) { return lastSource[source == 1 ? 0 : 1]; }
+
+    /// Frees the name that stands at the index, if one does.
+    void Forget(std::uint32_t index) {
+        const auto standing =
+            std::find_if(nameToIndex.begin(), nameToIndex.end(), [index](const auto& entry) {
+                return entry.second == index;
+            });
+        if (standing != nameToIndex.end()) {
+            descriptions.erase(standing->first);
+            nameToIndex.erase(standing);
+        }
+    }
 };
 
 ElementDispatcher::ElementDispatcher(
@@ -102,13 +115,18 @@ void ElementDispatcher::Register(ParamRegistration<T> registration) {
         return;
     }
     const std::uint32_t index = registration.index;
-    if (p.nameToIndex.emplace(registration.name, index).second) {
-        p.descriptions[registration.name].info = registration.info;
-    } else {
+    if (const auto first = p.nameToIndex.find(registration.name); first != p.nameToIndex.end()) {
         drop(RegistrationFaults::NameTaken(registration.name));
+        if (first->second == index) {
+            return;
+        }
     }
     if (index >= p.registrations.size()) {
         p.registrations.resize(std::size_t{index} + 1);
+    }
+    p.Forget(index);
+    if (p.nameToIndex.emplace(registration.name, index).second) {
+        p.descriptions[registration.name].info = registration.info;
     }
     p.registrations[index] = std::move(registration);
 }
@@ -135,10 +153,12 @@ void ElementDispatcher::MakeParam(std::uint32_t index, ParamRegistration<T>& reg
     const auto followUps = std::move(registration.followUps);
     ParamHandle handle = makeHandle(registration, p.dispatchInfos, actual);
     table.infos.emplace_back(std::make_unique<DispatchInfo<T>>(registration, *this));
-    if (!p.paramMap.emplace(name, ParamEntry{std::move(handle), actual}).second) {
+    const auto first = p.nameToIndex.find(name);
+    if (first == p.nameToIndex.end() || first->second != index) {
         drop(RegistrationFaults::SameName(index));
         return;
     }
+    p.paramMap.emplace(name, ParamEntry{std::move(handle), actual});
     p.descriptions[name] = description;
     if (actual != index) {
         drop(RegistrationFaults::WrongIndex(index, actual));
@@ -253,9 +273,11 @@ const DispatchTable& ElementDispatcher::GetDispatchTable() const {
 bool ElementDispatcher::SetParam(std::uint32_t source, std::uint32_t index, const ParamValue& value) {
     const checked_value<std::uint32_t>& last = params->LastSource(source);
     const SourceTag tag = last.valid ? SourceTag{last.value, 1} : SourceTag{0, source};
+    // Held: a listener may end the element.
+    const std::shared_ptr<DispatchTable> table = params->dispatchInfos;
     return std::visit(
         [&](auto typed) {
-            auto* const info = GetDispatchInfo<decltype(typed)>(index);
+            auto* const info = table->Find<decltype(typed)>(index);
             return info && info->Set(source, typed, tag);
         },
         value);

@@ -59,7 +59,9 @@ public:
     }
 
 protected:
-    /// Registers a parameter at its index. A name that is registered already stays with its first parameter.
+    /// Registers a parameter at its index, in place of the one that was registered there under another name.
+    /// A name that is registered already stays with its first parameter: another index then holds one that
+    /// no name leads to.
     void AddFloatParam(ParamRegistration<float> registration);
     void AddBoolParam(ParamRegistration<bool> registration);
     void AddEnumParam(ParamRegistration<std::uint32_t> registration);

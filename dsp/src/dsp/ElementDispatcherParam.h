@@ -40,7 +40,9 @@ public:
         return info ? info->Get(side) : defaultValue;
     }
     bool Set(std::uint32_t side, T value, SourceTag source) override {
-        DispatchInfo<T>* const info = table->template Find<T>(index);
+        // Held: a listener may end the element and this object.
+        const std::shared_ptr<DispatchTable> held = table;
+        DispatchInfo<T>* const info = held->template Find<T>(index);
         return info && info->Set(side, value, source);
     }
     value_range<T> GetRange() const override { return range; }

@@ -37,8 +37,8 @@ public:
     /// positions were set before. [audio]
     virtual bool ForcesLivePositions() const { return false; }
 
-    /// A hook for hosts that follow the blocks; the framework itself does not call it. [audio]
-    virtual void OnBlockBegin() {}
+    /// Keeps its place for hosts of other programs; nothing calls it.
+    virtual void ReservedHook() {}
 
     /// Something about the elements changed that the host may want to ask for again. value 0: the latency, or
     /// parameters changed from inside; 1: a batch on the control side ended. [any]

@@ -7,6 +7,7 @@
 #include "svbase/util/CriticalSection.h"
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 
 namespace DSP {
@@ -114,6 +115,8 @@ void ElementImpl::Configure(float sampleRate, std::uint32_t channelLayout) {
     if (s.dryEnabled) {
         MakeDryLines();
     }
+    // A block may come before the Reset that usually follows.
+    s.host->ReserveScratch(GetScratchBytes());
 }
 
 void ElementImpl::Reset() {
@@ -192,6 +195,7 @@ void ElementImpl::AddChild(Element* child) {
     if (auto* const drained = dynamic_cast<ElementImpl*>(child)) {
         s.drainedChildren.push_back(drained);
     }
+    s.host->ReserveScratch(GetScratchBytes());
 }
 
 void ElementImpl::RemoveChild(Element* child) {
@@ -239,7 +243,7 @@ void ElementImpl::GetRegions(std::vector<std::unique_ptr<Region>>&, const Region
 
 std::uint64_t ElementImpl::GetRegionMergeDistance() const {
     const double frames = static_cast<double>(GetLatency(0)) + 2.0 * static_cast<double>(GetSampleRate());
-    return static_cast<std::uint64_t>(frames + 0.5);
+    return static_cast<std::uint64_t>(std::llround(frames));
 }
 
 void ElementImpl::GetSampleFormat(std::uint32_t& bits, bool& isFloat) const {

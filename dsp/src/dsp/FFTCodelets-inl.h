@@ -124,9 +124,9 @@ inline HalfRoot GetRoot32(unsigned k) {
 template<unsigned size>
 inline void ForwardByHalves(
     const FFTPlan& plan, const float* in, float* out, void* buffer, FFTPlan::Transform half) noexcept {
-    constexpr unsigned points = size / 2;
+    constexpr std::size_t points = size / 2;
     float parts[2][points];
-    for (unsigned i = 0; i < points; ++i) {
+    for (std::size_t i = 0; i < points; ++i) {
         parts[0][i] = in[2 * i];
         parts[1][i] = in[2 * i + 1];
     }
@@ -136,8 +136,8 @@ inline void ForwardByHalves(
     half(plan, parts[1], o, buffer);
     out[0] = e[0] + o[0];
     out[1] = e[0] - o[0];
-    for (unsigned k = 1; k < points / 2; ++k) {
-        const HalfRoot w = GetRoot32(k * (32 / size));
+    for (std::size_t k = 1; k < points / 2; ++k) {
+        const HalfRoot w = GetRoot32(static_cast<unsigned>(k) * (32 / size));
         const float re = o[2 * k] * w.cosine + o[2 * k + 1] * w.sine;
         const float im = o[2 * k + 1] * w.cosine - o[2 * k] * w.sine;
         out[2 * k] = e[2 * k] + re;
@@ -152,15 +152,15 @@ inline void ForwardByHalves(
 template<unsigned size>
 inline void InverseByHalves(
     const FFTPlan& plan, const float* in, float* out, void* buffer, FFTPlan::Transform half) noexcept {
-    constexpr unsigned points = size / 2;
+    constexpr std::size_t points = size / 2;
     float e[points];
     float o[points];
     e[0] = 0.5F * (in[0] + in[1]);
     o[0] = 0.5F * (in[0] - in[1]);
     e[1] = in[points];
     o[1] = -in[points + 1];
-    for (unsigned k = 1; k < points / 2; ++k) {
-        const HalfRoot w = GetRoot32(k * (32 / size));
+    for (std::size_t k = 1; k < points / 2; ++k) {
+        const HalfRoot w = GetRoot32(static_cast<unsigned>(k) * (32 / size));
         const float re = 0.5F * (in[2 * k] - in[size - 2 * k]);
         const float im = 0.5F * (in[2 * k + 1] + in[size - 2 * k + 1]);
         e[2 * k] = 0.5F * (in[2 * k] + in[size - 2 * k]);
@@ -171,7 +171,7 @@ inline void InverseByHalves(
     float parts[2][points];
     half(plan, e, parts[0], buffer);
     half(plan, o, parts[1], buffer);
-    for (unsigned i = 0; i < points; ++i) {
+    for (std::size_t i = 0; i < points; ++i) {
         out[2 * i] = parts[0][i];
         out[2 * i + 1] = parts[1][i];
     }

@@ -13,7 +13,7 @@
 #endif
 
 #include "dsp/FFTShuffles-inl.h"
-#include "dsp/HighwayTargets.h"
+#include "svbase/util/HighwayTargets.h"
 
 #include <cstddef>
 

@@ -40,10 +40,11 @@ void FFTPool::PrepareLocked(unsigned order) {
     std::unique_ptr<const DSP::FFT> state = DSP::CreateFFT(order);
     // The smallest states need no bytes, but a prepared pool has a buffer to hand out.
     const std::size_t bytes = std::max<std::size_t>(state->GetBufferBytes(), 1);
+    // A smaller order may be prepared beside a transform, which reads the pointer without the lock.
     if (buffer.size() < bytes) {
         buffer.resize(bytes);
+        bufferPointer = buffer.data();
     }
-    bufferPointer = buffer.data();
     states[order] = std::move(state);
     preparedMask.fetch_or(std::uint32_t{1} << order, std::memory_order_release);
 }

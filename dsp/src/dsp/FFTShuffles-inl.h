@@ -8,7 +8,7 @@
 #define DSP_FFT_SHUFFLES_INL_H
 #endif
 
-#include "dsp/HighwayTargets.h"
+#include "svbase/util/HighwayTargets.h"
 
 #include <cstddef>
 

@@ -1,12 +1,13 @@
 #include "dsp/FFTPlan.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <numbers>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "dsp/FFTTransforms.cpp"
-#include "dsp/HighwayTargets.h"
+#include "svbase/util/HighwayTargets.h"
 
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
@@ -27,8 +28,8 @@ struct WorkArrays {
     static constexpr std::size_t gap = 16;
 
     WorkArrays(void* buffer, std::size_t points) {
-        const std::uintptr_t address = (reinterpret_cast<std::uintptr_t>(buffer) + 63) & ~std::uintptr_t{63};
-        float* start = reinterpret_cast<float*>(address);
+        const std::uintptr_t toNextLine = (0 - reinterpret_cast<std::uintptr_t>(buffer)) & 63U;
+        auto* const start = reinterpret_cast<float*>(static_cast<std::byte*>(buffer) + toNextLine);
         re = start;
         im = re + points + gap;
         nextRe = im + points + gap;

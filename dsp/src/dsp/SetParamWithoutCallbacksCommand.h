@@ -18,8 +18,8 @@ public:
 
     bool Execute() override {
         if (DispatchInfo<T>* info = element->GetDispatchInfo<T>(index)) {
+            const typename DispatchInfo<T>::Landing landing(*info);
             info->SetTargetOnly(value);
-            info->EndFlight();
         }
         return false;
     }

@@ -7,7 +7,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "dsp/VectorKernels.cpp"
-#include "dsp/HighwayTargets.h"
+#include "svbase/util/HighwayTargets.h"
 
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>

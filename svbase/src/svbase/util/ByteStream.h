@@ -14,7 +14,11 @@ public:
     /// Takes the bytes over and stands at their beginning.
     explicit ByteStream(std::vector<std::uint8_t> data) : data_(std::move(data)) {}
 
+    /// Valid until the next write, which must not be one of these bytes.
     const std::vector<std::uint8_t>& data() const { return data_; }
+
+    /// Makes room for so many bytes in all, so that writing them allocates no more. Changes nothing else.
+    void reserve(std::uint32_t bytes) { data_.reserve(bytes); }
 
     ByteOrder byteOrder() const override { return byteOrder_; }
     void setByteOrder(ByteOrder order) override { byteOrder_ = order; }

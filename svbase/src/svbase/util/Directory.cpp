@@ -54,7 +54,9 @@ expected<void, File::Error> Directory::create(bool withParents) const {
         at = parent;
     }
     for (; !missing.empty(); missing.pop_back()) {
-        if (expected<void, File::Error> made = make(missing.back()); !made) {
+        // Somebody else may have made it meanwhile.
+        if (expected<void, File::Error> made = make(missing.back());
+            !made && !FileSystem::isDirectory(missing.back())) {
             return made;
         }
     }

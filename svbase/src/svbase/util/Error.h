@@ -2,6 +2,7 @@
 
 #include "svbase/util/String.h"
 
+#include <concepts>
 #include <cstdint>
 #include <span>
 #include <utility>
@@ -65,7 +66,10 @@ public:
 
     E& arg(const String& value) { return add(value); }
     E& arg(const char* value) { return add(value); }
-    E& arg(char value) { return add(value); }
+    template<std::same_as<char> C>
+    E& arg(C value) {
+        return add(value);
+    }
     template<TextInteger T>
     E& arg(T value) {
         return add(value);

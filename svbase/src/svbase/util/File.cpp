@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <limits>
 #include <string>
 
@@ -145,7 +146,16 @@ expected<void, File::Error> File::readToEnd(std::vector<std::uint8_t>& bytes) {
     if (!remaining) {
         return unexpected(fail(Error::General, "Could not get the number of bytes remaining"));
     }
-    bytes.assign(static_cast<std::size_t>(remaining.value), 0);
+    try {
+        bytes.assign(static_cast<std::size_t>(remaining.value), 0);
+    } catch (const std::exception&) {
+        // The size is what the file system says: sparse and special files name sizes that no memory holds.
+        bytes.clear();
+        errno = ENOMEM;
+        return unexpected(failWithErrno(Error::Reading, "Attempt to read %1 bytes, only read %2 bytes")
+                              .arg(remaining.value)
+                              .arg(0U));
+    }
     return read(bytes.data(), remaining.value);
 }
 

@@ -267,10 +267,6 @@ String String::arg(const String& value) const {
     return String(std::move(bytes));
 }
 
-String String::arg(char value) const {
-    return arg(String(std::string(1, value)));
-}
-
 String& String::operator+=(const String& text) {
     if (!text.text_.empty()) {
         text_ += text.text_;

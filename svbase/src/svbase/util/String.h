@@ -142,7 +142,12 @@ public:
     /// left, the value is appended, so that a surplus argument is never lost.
     String arg(const String& value) const;
     String arg(const char* value) const { return arg(String(value)); }
-    String arg(char value) const;
+    /// One character. Nothing that merely converts to one: bool, enumerators and wide characters do not
+    /// compile.
+    template<std::same_as<char> C>
+    String arg(C value) const {
+        return arg(String(&value, 1));
+    }
     template<TextInteger T>
     String arg(T value, unsigned base = 10, checked_value<unsigned> minWidth = {}) const {
         return arg(number(value, base, minWidth));

@@ -21,6 +21,9 @@ char& separatorByte() {
     return separator;
 }
 
+// Reads it before main, and so before any other thread.
+[[maybe_unused]] const char separatorAtStartUp = separatorByte();
+
 // The digits of a magnitude, padded with zeros to minWidth, behind a '-' if asked.
 template<class Magnitude>
 String digits(Magnitude magnitude, unsigned base, checked_value<unsigned> minWidth, bool negative) {

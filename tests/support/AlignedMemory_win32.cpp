@@ -1,8 +1,6 @@
-#include "AlignedMemory.h"
+#include "support/AlignedMemory.h"
 
 #include <malloc.h>
-
-namespace DSP::Testing {
 
 void* AllocateAlignedMemory(std::size_t size, std::size_t boundary) noexcept {
     return _aligned_malloc(size, boundary);
@@ -11,5 +9,3 @@ void* AllocateAlignedMemory(std::size_t size, std::size_t boundary) noexcept {
 void FreeAlignedMemory(void* memory) noexcept {
     _aligned_free(memory);
 }
-
-} // namespace DSP::Testing

@@ -1,27 +1,42 @@
-#include "AllocationCount.h"
+#include "support/AllocationCount.h"
 
-#include "AlignedMemory.h"
+#include "support/AlignedMemory.h"
 
-#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-std::atomic<std::size_t> allocations{0};
+thread_local std::uint64_t allocations = 0;
+/// Finds no memory.
+thread_local std::size_t tooMany = SIZE_MAX;
+thread_local unsigned callsUntilFailure = 0;
+thread_local bool failed = false;
 
 /// Null without memory.
-void* Allocate(std::size_t size) noexcept {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(size != 0 ? size : 1);
+void* allocate(std::size_t size) noexcept {
+    ++allocations;
+    return size >= tooMany ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
-void* Allocate(std::size_t size, std::align_val_t alignment) noexcept {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    return DSP::Testing::AllocateAlignedMemory(size != 0 ? size : 1, static_cast<std::size_t>(alignment));
+void* allocate(std::size_t size, std::align_val_t alignment) noexcept {
+    ++allocations;
+    return size >= tooMany ? nullptr
+                           : AllocateAlignedMemory(size == 0 ? 1 : size, static_cast<std::size_t>(alignment));
 }
 
-void* OrThrow(void* memory) {
+/// Whether this is the call that is to fail.
+bool fails() noexcept {
+    if (callsUntilFailure == 0 || --callsUntilFailure > 0) {
+        return false;
+    }
+    failed = true;
+    return true;
+}
+
+void* orThrow(void* memory) {
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -30,39 +45,52 @@ void* OrThrow(void* memory) {
 
 } // namespace
 
-namespace DSP::Testing {
-
-std::size_t GetAllocationCount() noexcept {
-    return allocations.load(std::memory_order_relaxed);
+std::uint64_t AllocationCount() noexcept {
+    return allocations;
 }
 
-} // namespace DSP::Testing
+void FailAllocation(unsigned number) noexcept {
+    callsUntilFailure = number;
+    failed = false;
+}
+
+bool AllocationFailed() noexcept {
+    return failed;
+}
+
+WithoutMemory::WithoutMemory(std::size_t leastBytes) noexcept {
+    tooMany = leastBytes;
+}
+
+WithoutMemory::~WithoutMemory() {
+    tooMany = SIZE_MAX;
+}
 
 // All forms: a sanitizer's own array and nothrow forms do not come by the plain one, and it watches that
 // memory goes back the way it came.
 void* operator new(std::size_t size) {
-    return OrThrow(Allocate(size));
+    return orThrow(fails() ? nullptr : allocate(size));
 }
 void* operator new[](std::size_t size) {
-    return OrThrow(Allocate(size));
+    return orThrow(fails() ? nullptr : allocate(size));
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-    return OrThrow(Allocate(size, alignment));
+    return orThrow(fails() ? nullptr : allocate(size, alignment));
 }
 void* operator new[](std::size_t size, std::align_val_t alignment) {
-    return OrThrow(Allocate(size, alignment));
+    return orThrow(fails() ? nullptr : allocate(size, alignment));
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
+    return allocate(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
+    return allocate(size);
 }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return Allocate(size, alignment);
+    return allocate(size, alignment);
 }
 void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return Allocate(size, alignment);
+    return allocate(size, alignment);
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);
@@ -77,16 +105,16 @@ void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept {
-    DSP::Testing::FreeAlignedMemory(memory);
+    FreeAlignedMemory(memory);
 }
 void operator delete[](void* memory, std::align_val_t) noexcept {
-    DSP::Testing::FreeAlignedMemory(memory);
+    FreeAlignedMemory(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    DSP::Testing::FreeAlignedMemory(memory);
+    FreeAlignedMemory(memory);
 }
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-    DSP::Testing::FreeAlignedMemory(memory);
+    FreeAlignedMemory(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
@@ -95,8 +123,8 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-    DSP::Testing::FreeAlignedMemory(memory);
+    FreeAlignedMemory(memory);
 }
 void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-    DSP::Testing::FreeAlignedMemory(memory);
+    FreeAlignedMemory(memory);
 }

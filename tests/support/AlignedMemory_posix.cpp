@@ -1,8 +1,6 @@
-#include "AlignedMemory.h"
+#include "support/AlignedMemory.h"
 
 #include <cstdlib>
-
-namespace DSP::Testing {
 
 void* AllocateAlignedMemory(std::size_t size, std::size_t boundary) noexcept {
     void* memory = nullptr;
@@ -12,5 +10,3 @@ void* AllocateAlignedMemory(std::size_t size, std::size_t boundary) noexcept {
 void FreeAlignedMemory(void* memory) noexcept {
     std::free(memory);
 }
-
-} // namespace DSP::Testing
