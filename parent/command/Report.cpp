@@ -1,5 +1,7 @@
 #include "Report.h"
 
+#include "command/PrintableText.h"
+
 #include <fmt/format.h>
 #include <json/json.h>
 
@@ -32,69 +34,46 @@ const char* resultName(std::int32_t result) {
         return "core library";
     case Tarvik::ScanResultReserved:
         return "reserved";
+    default:
+        return "unknown";
     }
-    return "unknown";
-}
-
-/// Length of the well-formed UTF-8 sequence at the front of text, 0 where there is none.
-std::size_t sequenceLength(std::string_view text) {
-    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned lead = byte(0);
-    if (lead < 0x80) {
-        return 1;
-    }
-    const std::size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
-                               : lead >= 0xE0 && lead < 0xF0 ? 3
-                               : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                             : 0;
-    if (length == 0 || text.size() < length) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    // Overlong forms, surrogates and what lies beyond Unicode.
-    const bool wrong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F) ||
-                       (lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F);
-    return wrong ? 0 : length;
-}
-
-bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
-}
-
-/// Well-formed, and with nothing in it that steers a terminal (C0, DEL and C1 controls).
-std::string printable(std::string_view text) {
-    constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    std::string result;
-    while (!text.empty()) {
-        const std::size_t length = std::max<std::size_t>(sequenceLength(text), 1);
-        const auto lead = static_cast<unsigned char>(text[0]);
-        const bool control = lead < 0x20 || lead == 0x7F ||
-                             (lead == 0xC2 && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0);
-        if (control || sequenceLength(text) == 0) {
-            result += replacement;
-        } else {
-            result += text.substr(0, length);
-        }
-        text.remove_prefix(length);
-    }
-    return result;
 }
 
 std::string hexText(std::string_view bytes) {
     std::string result;
     for (const char c : bytes) {
         result += fmt::format("{:02x}", static_cast<unsigned char>(c));
+    }
+    return result;
+}
+
+/// Of the report as it came where it cannot be read.
+String toldIdentifier(const ScanOutcome& outcome) {
+    return outcome.unreadIdentifier.isEmpty() ? outcome.identifier.ToString() : outcome.unreadIdentifier;
+}
+
+/// A text of any bytes. JSON carries Unicode alone: what is none is replaced, and the bytes stand beside it.
+void setText(Json::Value& entry, const std::string& member, std::string_view text) {
+    entry[member] = wellFormed(text);
+    if (!isUtf8(text)) {
+        entry[member + "Bytes"] = hexText(text);
+    }
+}
+
+/// JSON with DEL and the C1 controls escaped, which are allowed in it as they stand, but steer a terminal.
+std::string withControlsEscaped(std::string_view json) {
+    std::string result;
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        const auto code = static_cast<unsigned char>(json[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < json.size() ? json[i + 1] : 0);
+        if (code == 0x7F) {
+            result += "\\u007f";
+        } else if (code == 0xC2 && next >= 0x80 && next < 0xA0) {
+            result += fmt::format("\\u{:04x}", next);
+            ++i;
+        } else {
+            result += json[i];
+        }
     }
     return result;
 }
@@ -118,7 +97,7 @@ std::string outcomeText(const ScanOutcome& outcome) {
 }
 
 std::string identifierText(const ScanOutcome& outcome) {
-    return printable(outcome.identifier.ToString().view());
+    return printable(toldIdentifier(outcome).view());
 }
 
 std::string tableText(const std::vector<ScanOutcome>& outcomes) {
@@ -155,25 +134,22 @@ std::string jsonText(const std::vector<ScanOutcome>& outcomes) {
     Json::Value list(Json::arrayValue);
     for (const ScanOutcome& outcome : outcomes) {
         Json::Value entry;
-        entry["asked"] = printable(outcome.asked.ToString().view());
+        setText(entry, "asked", outcome.asked.ToString().view());
         entry["verdict"] = Tarvik::verdictName(outcome.verdict);
         entry["blamed"] = Tarvik::blamesPlugin(outcome.verdict);
         if (outcome.verdict == ScanVerdict::reported) {
             entry["result"] = resultName(outcome.result);
             entry["resultCode"] = outcome.result;
-            entry["name"] = printable(outcome.name.view());
-            entry["identifier"] = identifierText(outcome);
+            setText(entry, "name", outcome.name.view());
+            setText(entry, "identifier", toldIdentifier(outcome).view());
             entry["emptyReport"] = outcome.emptyReport;
-            if (!isUtf8(outcome.name.view())) {
-                entry["nameBytes"] = hexText(outcome.name.view());
-            }
         }
         entry["seconds"] = seconds(outcome);
         if (outcome.exit.valid && !outcome.exit.value.unknown) {
             entry["exitCode"] = outcome.exit.value.code;
         }
         if (!outcome.detail.isEmpty()) {
-            entry["detail"] = printable(outcome.detail.view());
+            setText(entry, "detail", outcome.detail.view());
         }
         list.append(entry);
     }
@@ -182,5 +158,5 @@ std::string jsonText(const std::vector<ScanOutcome>& outcomes) {
     writer["emitUTF8"] = true;
     writer["precision"] = 3;
     writer["precisionType"] = "decimal";
-    return Json::writeString(writer, list) + "\n";
+    return withControlsEscaped(Json::writeString(writer, list)) + "\n";
 }

@@ -1,8 +1,8 @@
 // tarvik-scan: files and folders in, one scanner process per plug-in, a table or JSON out.
 
-#include "Arguments.h"
 #include "Report.h"
 
+#include "command/Arguments.h"
 #include "parent/PluginFinder.h"
 #include "parent/ScanRunner.h"
 
@@ -18,13 +18,12 @@ namespace {
 enum ExitCode {
     /// Every plug-in was reported.
     exitReported = 0,
-    /// At least one plug-in crashed, hung or ended its process.
+    /// At least one plug-in crashed, hung, ended or corrupted its process.
     exitBlamed = 1,
     /// Bad command line, or a path that is not there.
     exitUsage = 2,
-    /// At least one scanner process did not do its part: not started, not connected, out of protocol; or a
-    /// path that
-    /// cannot be handed to it.
+    /// At least one scanner process did not do its part: not started, not connected, out of protocol; or what
+    /// was asked for cannot be handed to it.
     exitScanner = 3,
 };
 
@@ -128,7 +127,8 @@ int main(int count, char** arguments) {
     Options options;
     options.scanner = defaultScanner();
     CLI::App app("Scans audio plug-ins, each in a process of its own.", "tarvik-scan");
-    app.footer("Exit codes: 0 every plug-in was reported; 1 a plug-in crashed, hung or ended its process;\n"
+    app.footer("Exit codes: 0 every plug-in was reported;\n"
+               "1 a plug-in crashed, hung, ended or corrupted its process;\n"
                "2 bad command line or no such path; 3 a scanner process could not do its part.");
     app.add_option("path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
     app.add_option(

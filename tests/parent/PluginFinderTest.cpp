@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -48,6 +49,28 @@ TEST_F(PluginFinder, A_folder_gives_every_library_below_it_in_path_order) {
         EXPECT_EQ(identifier.vstId, 0U);
     }
     EXPECT_EQ(names, (std::vector<std::string>{"A.DLL", "b.dll", "c.dll", "d.Dll"}));
+}
+
+TEST_F(PluginFinder, The_order_is_that_of_the_paths_bytes) {
+    // By names, "inner" would come before "inner-most" and before "inner.dll".
+    fs::create_directories(folder_ / "inner-most");
+    make(fs::path("inner") / "c.dll");
+    make(fs::path("inner-most") / "b.dll");
+    make("inner.dll");
+    make(fs::path(u8"\u00e4.dll"));
+    make("z.dll");
+    const auto found = findPlugins(path(""));
+    ASSERT_TRUE(found);
+    std::vector<std::string> keys;
+    for (const PluginIdentifier& identifier : *found) {
+        keys.push_back(identifier.vstKey.toStdString());
+    }
+    EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+    ASSERT_EQ(keys.size(), 5U);
+    EXPECT_TRUE(keys[0].ends_with("inner-most/b.dll"));
+    EXPECT_TRUE(keys[1].ends_with("inner.dll"));
+    EXPECT_TRUE(keys[2].ends_with("inner/c.dll"));
+    EXPECT_TRUE(keys[3].ends_with("z.dll"));
 }
 
 TEST_F(PluginFinder, A_file_is_taken_whatever_its_name) {

@@ -53,6 +53,53 @@ TEST(Report, A_name_that_is_no_utf_8_keeps_its_bytes_in_json) {
     EXPECT_NE(json.find("\"name\" : \"\xEF\xBF\xBD\xEF\xBF\xBDx\""), std::string::npos) << json;
 }
 
+TEST(Report, A_name_with_control_characters_is_exact_in_json) {
+    using namespace std::string_literals;
+    const std::string json = jsonText({reported("a\x07\x1b\x7f\xC2\x80\xC2\x9F\xC2\xA0\"\\")});
+    EXPECT_NE(
+        json.find("\"name\" : \"a\\u0007\\u001b\\u007f\\u0080\\u009f\xC2\xA0\\\"\\\\\""), std::string::npos)
+        << json;
+    EXPECT_EQ(json.find("nameBytes"), std::string::npos);
+
+    ScanOutcome outcome = reported("");
+    outcome.name = String("a\0b"s);
+    EXPECT_NE(jsonText({outcome}).find("\"name\" : \"a\\u0000b\""), std::string::npos) << jsonText({outcome});
+}
+
+TEST(Report, A_nul_in_a_name_takes_its_place_in_the_table) {
+    using namespace std::string_literals;
+    ScanOutcome outcome = reported("");
+    outcome.name = String("a\0b"s);
+    EXPECT_NE(
+        tableText({outcome}).find("a\xEF\xBF\xBD"
+                                  "b"),
+        std::string::npos);
+}
+
+TEST(Report, An_identifier_that_is_no_utf_8_keeps_its_bytes_in_json) {
+    ScanOutcome outcome = reported("");
+    outcome.asked = PluginIdentifier::ForVST("C:/a.dll", 0xA0E9E4F6);
+    outcome.identifier = PluginIdentifier::ForVST("C:/a.dll", 0xFFE9E4F6);
+    const std::string json = jsonText({outcome});
+    // VST: '....',C:\a.dll
+    EXPECT_NE(
+        json.find("\"identifierBytes\" : \"5653543a2027f6e4e9ff272c433a5c612e646c6c\""), std::string::npos)
+        << json;
+    EXPECT_NE(json.find("\"askedBytes\" : \"5653543a2027f6e4e9a0272c433a5c612e646c6c\""), std::string::npos);
+    EXPECT_NE(
+        json.find("\"identifier\" : \"VST: '\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD',C:"),
+        std::string::npos);
+    EXPECT_EQ(jsonText({reported("")}).find("Bytes"), std::string::npos);
+}
+
+TEST(Report, An_identifier_that_cannot_be_read_is_shown_as_it_came) {
+    ScanOutcome outcome = reported("Odd");
+    outcome.unreadIdentifier = "VST: 'A,B1',C:\\p\\a.dll";
+    EXPECT_EQ(identifierText(outcome), "VST: 'A,B1',C:\\p\\a.dll");
+    EXPECT_NE(tableText({outcome}).find("VST: 'A,B1',C:\\p\\a.dll"), std::string::npos);
+    EXPECT_NE(jsonText({outcome}).find("\"VST: 'A,B1',C:\\\\p\\\\a.dll\""), std::string::npos);
+}
+
 TEST(Report, Json_tells_verdict_blame_and_code) {
     const std::string json = jsonText({ended(ScanVerdict::hung, 2)});
     EXPECT_NE(json.find("\"verdict\" : \"hung\""), std::string::npos) << json;

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/time.h>
+
+#include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -26,11 +30,23 @@ protected:
         unsetenv("TARVIK_WINE");
     }
 
-    ScanOutcome scan(const std::string& behaviour, ScanLimits limits = {}) {
+    ScannerSettings settings(const std::string& behaviour) const {
         const auto scanner = folder_ / (behaviour + ".exe");
         std::ofstream(scanner) << "stands there";
-        ScanRunner runner({String(scanner.string()), "vendor", "product"}, limits);
+        return {String(scanner.string()), "vendor", "product"};
+    }
+
+    ScanOutcome scan(const std::string& behaviour, ScanLimits limits = {}) {
+        ScanRunner runner(settings(behaviour), limits);
         return runner.run({plugin_}, {PluginIdentifier::ForVST("C:/known.dll", 7)}).at(0);
+    }
+
+    static void drive(Tarvik::ScanTask& task) {
+        while (!task.finished()) {
+            auto items = task.pollItems();
+            zmq::poll(items, 20ms);
+            task.step();
+        }
     }
 
     std::filesystem::path folder_;
@@ -53,6 +69,22 @@ TEST_F(ScanTask, An_empty_report_body_is_a_report) {
     EXPECT_TRUE(outcome.emptyReport);
     EXPECT_EQ(outcome.result, ScanResultUnconfirmed);
     EXPECT_EQ(outcome.identifier, plugin_);
+}
+
+TEST_F(ScanTask, A_reported_identifier_that_cannot_be_read_is_kept_as_it_came) {
+    const ScanOutcome outcome = scan("reports_unreadable_identifier");
+    EXPECT_EQ(outcome.verdict, ScanVerdict::reported);
+    EXPECT_EQ(outcome.result, ScanResultEffect);
+    EXPECT_EQ(outcome.identifier, plugin_);
+    EXPECT_EQ(outcome.unreadIdentifier, "VST: 'A,B1',C:\\plugins\\a.dll");
+}
+
+TEST_F(ScanTask, A_report_without_an_identifier_leaves_the_one_that_was_handed_out) {
+    const ScanOutcome outcome = scan("reports_two_elements");
+    EXPECT_EQ(outcome.verdict, ScanVerdict::reported);
+    EXPECT_EQ(outcome.name, "Name");
+    EXPECT_EQ(outcome.identifier, plugin_);
+    EXPECT_TRUE(outcome.unreadIdentifier.isEmpty());
 }
 
 TEST_F(ScanTask, A_report_followed_by_a_crash_is_still_a_report) {
@@ -107,6 +139,16 @@ TEST_F(ScanTask, Code_2_before_the_watchdog_can_have_run_out_is_an_early_end) {
     EXPECT_EQ(scan("exits_2_at_once").verdict, ScanVerdict::endedEarly);
 }
 
+TEST_F(ScanTask, Code_2_when_the_watchdog_may_have_run_out_is_a_hang) {
+    ScanLimits limits;
+    limits.watchdogEarliest = 500ms;
+    const ScanOutcome outcome = scan("exits_2_a_second_later", limits);
+    EXPECT_EQ(outcome.verdict, ScanVerdict::hung);
+    EXPECT_TRUE(blamesPlugin(outcome.verdict));
+    EXPECT_EQ(outcome.exit.value.code, 2U);
+    EXPECT_GE(outcome.duration, 1s);
+}
+
 TEST_F(ScanTask, A_process_that_holds_a_plug_in_past_the_limit_hangs) {
     const ScanOutcome outcome = scan("hangs", {2s, 1s});
     EXPECT_EQ(outcome.verdict, ScanVerdict::hung);
@@ -132,13 +174,54 @@ TEST_F(ScanTask, A_launcher_that_dies_leaves_an_unknown_code) {
     EXPECT_TRUE(outcome.exit.value.unknown);
 }
 
-TEST_F(ScanTask, What_the_protocol_does_not_allow_ends_the_process) {
-    for (const char* behaviour : {"asks_wrongly", "asks_with_body", "reports_garbage", "reports_one_frame"}) {
+TEST_F(ScanTask, A_process_that_asks_and_is_gone_is_handed_nothing) {
+    zmq::context_t context;
+    Tarvik::ScanTask task(context, settings("asks_and_ends"), {plugin_, {}, "v", "p"});
+    task.start();
+    // Nothing is looked at before the end is there, and the request, sent before it, with it.
+    std::vector<zmq::pollitem_t> items = task.pollItems();
+    ASSERT_EQ(zmq::poll(&items.back(), 1, 20s), 1);
+    drive(task);
+    EXPECT_EQ(task.outcome().verdict, ScanVerdict::notConnected);
+    EXPECT_FALSE(blamesPlugin(task.outcome().verdict));
+    EXPECT_EQ(task.outcome().exit.value.code, 1U);
+}
+
+TEST_F(ScanTask, What_the_protocol_does_not_allow_of_a_request_ends_the_process_and_blames_no_plug_in) {
+    for (const char* behaviour : {"asks_wrongly", "asks_with_body"}) {
         const ScanOutcome outcome = scan(behaviour);
         EXPECT_EQ(outcome.verdict, ScanVerdict::protocolViolation) << behaviour;
+        EXPECT_FALSE(blamesPlugin(outcome.verdict));
         EXPECT_FALSE(outcome.detail.isEmpty()) << behaviour;
         EXPECT_LT(outcome.duration, 30s) << behaviour;
     }
+}
+
+TEST_F(ScanTask, What_it_does_not_allow_of_a_process_that_holds_a_plug_in_blames_that) {
+    for (const char* behaviour : {"reports_garbage", "reports_one_frame", "asks_while_it_holds"}) {
+        const ScanOutcome outcome = scan(behaviour);
+        EXPECT_EQ(outcome.verdict, ScanVerdict::corrupted) << behaviour;
+        EXPECT_TRUE(blamesPlugin(outcome.verdict));
+        EXPECT_EQ(outcome.asked, plugin_);
+        EXPECT_FALSE(outcome.exit.valid);
+        EXPECT_FALSE(outcome.detail.isEmpty()) << behaviour;
+        EXPECT_LT(outcome.duration, 30s) << behaviour;
+    }
+}
+
+TEST_F(ScanTask, A_report_of_a_few_megabytes_is_taken_and_a_larger_one_is_cut_off) {
+    EXPECT_EQ(scan("reports_much").name.length(), 3'000'000U);
+    const ScanOutcome outcome = scan("reports_too_much");
+    EXPECT_EQ(outcome.verdict, ScanVerdict::endedEarly);
+    EXPECT_TRUE(outcome.name.isEmpty());
+}
+
+TEST_F(ScanTask, A_scanner_that_its_launcher_cannot_start_is_no_plug_ins_fault) {
+    const ScanOutcome outcome = scan("cannot_be_started");
+    EXPECT_EQ(outcome.verdict, ScanVerdict::notStarted);
+    EXPECT_FALSE(blamesPlugin(outcome.verdict));
+    EXPECT_EQ(outcome.detail, "CreateProcess failed with system error 193");
+    EXPECT_FALSE(outcome.exit.valid);
 }
 
 TEST_F(ScanTask, A_missing_scanner_is_named) {
@@ -153,17 +236,21 @@ TEST_F(ScanTask, A_missing_wine_is_no_plug_ins_fault) {
     EXPECT_EQ(scan("reports").verdict, ScanVerdict::notStarted);
 }
 
-TEST_F(ScanTask, A_path_with_a_comma_cannot_be_handed_out) {
-    plugin_ = PluginIdentifier::ForVST("C:/plugins/a,b.dll", 0);
-    const ScanOutcome outcome = scan("reports");
-    EXPECT_EQ(outcome.verdict, ScanVerdict::notAddressable);
-    EXPECT_FALSE(outcome.exit.valid);
+TEST_F(ScanTask, What_does_not_survive_the_identifiers_text_cannot_be_handed_out) {
+    for (const PluginIdentifier& identifier :
+         {PluginIdentifier::ForVST("C:/plugins/a,b.dll", 0), PluginIdentifier::ForVST("C:/plugins/a.dll ", 0),
+          PluginIdentifier::ForVST("C:/plugins/a.dll", 0x31422C41),
+          PluginIdentifier::ForVST("C:/plugins/a.dll", 0x62312561)}) {
+        plugin_ = identifier;
+        const ScanOutcome outcome = scan("reports");
+        EXPECT_EQ(outcome.verdict, ScanVerdict::notAddressable) << identifier.ToString().c_str();
+        EXPECT_FALSE(blamesPlugin(outcome.verdict));
+        EXPECT_FALSE(outcome.exit.valid);
+    }
 }
 
 TEST_F(ScanTask, A_run_scans_one_plug_in_after_the_other_in_their_order) {
-    const auto scanner = folder_ / "reports.exe";
-    std::ofstream(scanner) << "stands there";
-    ScanRunner runner({String(scanner.string()), "vendor", "product"});
+    ScanRunner runner(settings("reports"));
     std::vector<PluginIdentifier> plugins;
     for (std::uint32_t i = 1; i <= 5; ++i) {
         plugins.push_back(PluginIdentifier::ForVST("C:/a.dll", i));
@@ -179,16 +266,29 @@ TEST_F(ScanTask, A_run_scans_one_plug_in_after_the_other_in_their_order) {
     EXPECT_EQ(told, (std::vector<std::uint32_t>{1, 2, 3, 4, 5}));
 }
 
+TEST_F(ScanTask, A_signal_that_the_program_handles_does_not_end_a_run) {
+    struct sigaction handled{};
+    struct sigaction before{};
+    static std::atomic<int> alarms;
+    handled.sa_handler = [](int) { ++alarms; };
+    sigaction(SIGALRM, &handled, &before);
+    const itimerval often{{0, 10'000}, {0, 10'000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const ScanOutcome outcome = scan("exits_2_a_second_later");
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &before, nullptr);
+    EXPECT_GT(alarms, 10);
+    EXPECT_EQ(outcome.verdict, ScanVerdict::endedEarly);
+}
+
 TEST_F(ScanTask, Several_tasks_run_side_by_side_on_one_thread) {
     zmq::context_t context;
-    const auto scanner = folder_ / "reports.exe";
-    std::ofstream(scanner) << "stands there";
     std::vector<std::unique_ptr<Tarvik::ScanTask>> tasks;
     for (std::uint32_t i = 0; i < 4; ++i) {
         WorkItem item;
         item.identifier = PluginIdentifier::ForVST("C:/a.dll", i + 1);
-        tasks.push_back(std::make_unique<Tarvik::ScanTask>(
-            context, ScannerSettings{String(scanner.string()), "v", "p"}, item));
+        tasks.push_back(std::make_unique<Tarvik::ScanTask>(context, settings("reports"), item));
         tasks.back()->start();
     }
     for (bool running = true; running;) {

@@ -17,15 +17,25 @@ def ended(code):
     os._exit(0)
 
 
+def ended_as_told(code):
+    """The end of a process whose messages have all gone out."""
+    context.destroy()
+    ended(code)
+
+
 behaviour = os.path.basename(sys.argv[2].replace("\\", "/")).removesuffix(".exe")
 if behaviour == "ends_before_asking":
     ended(1)
+if behaviour == "cannot_be_started":
+    os.write(1, b"failed CreateProcess failed with system error 193\n")
+    os._exit(2)
 if behaviour == "launcher_dies":
     os._exit(2)
 if behaviour == "never_asks":
     time.sleep(600)
 
-socket = zmq.Context().socket(zmq.REQ)
+context = zmq.Context()
+socket = context.socket(zmq.REQ)
 socket.connect(sys.argv[3])
 if behaviour == "asks_wrongly":
     socket.send(b"SCAN_SOMETHING")
@@ -34,6 +44,8 @@ if behaviour == "asks_with_body":
     socket.send_multipart([b"SCAN_WORKREQUEST", b"x"])
     time.sleep(600)
 socket.send(b"SCAN_WORKREQUEST")
+if behaviour == "asks_and_ends":
+    ended_as_told(1)
 name, body = socket.recv_multipart()
 assert name == b"SCAN_WORKREPLY"
 (identifier,), known, vendor, product = msgpack.unpackb(body)
@@ -45,18 +57,39 @@ if behaviour == "dies_with_launcher":
     os._exit(9)
 if behaviour == "hangs":
     time.sleep(600)
+if behaviour == "exits_2_a_second_later":
+    time.sleep(1)
+    ended(2)
+if behaviour == "asks_while_it_holds":
+    # Past its REQ socket, which does not let it.
+    context.destroy(0)
+    context = zmq.Context()
+    socket = context.socket(zmq.REQ)
+    socket.connect(sys.argv[3])
+    socket.send(b"SCAN_WORKREQUEST")
+    time.sleep(600)
 
 report = msgpack.packb([2, "%s|%s|%s" % (vendor, product, ",".join(k for (k,) in known)), [identifier]])
+if behaviour == "reports_unreadable_identifier":
+    report = msgpack.packb([2, "Name", ["VST: 'A,B1',C:\\plugins\\a.dll"]])
+if behaviour == "reports_two_elements":
+    report = msgpack.packb([2, "Name"])
 if behaviour == "reports_nothing":
     report = b""
 if behaviour == "reports_garbage":
     report = b"\xc1garbage"
+if behaviour == "reports_too_much":
+    report = msgpack.packb([2, "n" * 5_000_000, [identifier]])
+if behaviour == "reports_much":
+    report = msgpack.packb([2, "n" * 3_000_000, [identifier]])
 if behaviour == "reports_one_frame":
     socket.send(b"SCAN_WORKCOMPLETE")
 else:
     socket.send_multipart([b"SCAN_WORKCOMPLETE", report])
 if behaviour == "reports_and_ends_at_once":
     time.sleep(0.05)
+    ended(0)
+if behaviour == "reports_too_much" and not socket.poll(1000):
     ended(0)
 if behaviour == "reports_and_hangs":
     time.sleep(600)

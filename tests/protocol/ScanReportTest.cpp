@@ -91,6 +91,21 @@ TEST(ScanReport, Recorded_bytes_decode_to_every_field) {
     EXPECT_EQ(report.value.identifier.ToString(), "VST: 'abcd',C:\\A.dll");
 }
 
+TEST(ScanReport, The_text_of_an_identifier_is_kept_beside_what_was_read_from_it) {
+    const auto none = decodeHex("9304a091a44e6f6e65");
+    EXPECT_EQ(none.value.identifier.format, PluginFormat::None);
+    EXPECT_EQ(none.value.identifierText, "None");
+    EXPECT_TRUE(decodeHex("9202a0").value.identifierText.isEmpty());
+    EXPECT_TRUE(decodeHex("90").value.identifierText.isEmpty());
+
+    // What a plug-in of the code 'A,B1' is reported as has three fields, and reads as none.
+    const ScanReport report{ScanResultEffect, "", PluginIdentifier::ForVST("C:/x.dll", 0x31422C41)};
+    const std::string bytes = encode(report);
+    const auto read = DecodeScanReport(bytes.data(), bytes.size());
+    EXPECT_EQ(read.value.identifier.format, PluginFormat::None);
+    EXPECT_EQ(read.value.identifierText, "VST: 'A,B1',C:\\x.dll");
+}
+
 TEST(ScanReport, An_empty_body_is_a_report_that_could_not_be_built) {
     EXPECT_FALSE(DecodeScanReport("", 0));
     EXPECT_FALSE(DecodeScanReport(nullptr, 0));

@@ -19,9 +19,14 @@ struct ExitStatus {
     /// The code is not known: the process was ended from outside, or its launcher died before it could tell.
     bool unknown = false;
 
-    /// An unhandled exception's code (error severity), or the 3 with which the C library's abort ends a
-    /// process.
-    bool isCrash() const { return !unknown && (code >= 0x80000000U || code == 3); }
+    /// An unhandled exception's code, or the 3 with which the C library's abort ends a process. Exceptions
+    /// have error severity, or, like a breakpoint, warning severity; exit(-1) and HRESULTs, with which a
+    /// process ends itself, lie outside of both.
+    bool isCrash() const {
+        const bool error = code >= 0xC0000000U && code < 0xFFFF0000U;
+        const bool warning = code > 0x80000000U && code <= 0x80000FFFU;
+        return !unknown && (error || warning || code == 3);
+    }
 };
 
 /// One running program and everything that it starts. Its standard streams lead nowhere: what a plug-in
@@ -34,7 +39,7 @@ class ChildProcess : noncopyable {
 public:
     /// Starts command[0] with the rest as its arguments.
     /// onEnd: called once, on a thread of the object's own, after the process ended; exitStatus() is valid
-    /// then. Errors: a text that tells the system's reason.
+    /// then. It does not throw. Errors: a text that tells the system's reason.
     static expected<std::unique_ptr<ChildProcess>, String>
     start(const std::vector<String>& command, std::function<void()> onEnd);
 
@@ -46,6 +51,10 @@ public:
 
     /// Invalid while the process runs. [any]
     virtual checked_value<ExitStatus> exitStatus() const = 0;
+
+    /// Why the program never ran, where that shows only after start(): a launcher's reason. Empty otherwise.
+    /// Told from when exitStatus() is valid. [any]
+    virtual String startError() const = 0;
 
 protected:
     ChildProcess() = default;

@@ -11,9 +11,8 @@
 #include <csignal>
 #include <cstring>
 #include <string_view>
+#include <system_error>
 #include <thread>
-
-extern char** environ;
 
 namespace Tarvik {
 
@@ -41,6 +40,7 @@ std::vector<std::string> childEnvironment() {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         result.push_back(text.data());
     }
@@ -58,58 +58,94 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
+/// A pipe, each end until it is closed. Neither is inherited but as a child's standard stream.
+class Pipe : noncopyable {
+public:
+    ~Pipe() {
+        close(0);
+        close(1);
+    }
+
+    bool open() { return pipe2(ends_, O_CLOEXEC) == 0; }
+    int readEnd() const { return ends_[0]; }
+    int writeEnd() const { return ends_[1]; }
+    void closeReadEnd() { close(0); }
+    void closeWriteEnd() { close(1); }
+
+private:
+    void close(int end) {
+        if (ends_[end] >= 0) {
+            ::close(ends_[end]);
+        }
+        ends_[end] = -1;
+    }
+
+    int ends_[2] = {-1, -1};
+};
+
+/// Two threads know of a process: the one that owns this object, and the watcher, which run() starts last and
+/// the destructor joins, so that it finds everything as run() left it. The watcher alone writes lastWord_,
+/// and then running_ with release; whoever reads running_ as false with acquire may read lastWord_. kill()
+/// may come from any thread while the object lives: the process is reaped by the destructor alone, and until
+/// then its number, be it a zombie's, belongs to no other.
 class PosixChildProcess final : public ChildProcess {
 public:
     ~PosixChildProcess() override {
-        if (watcher_.joinable()) {
-            kill();
-            watcher_.join();
-            while (waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-            }
+        if (pid_ < 0) {
+            return;
         }
-        if (pipe_ >= 0) {
-            close(pipe_);
+        kill();
+        if (watcher_.joinable()) {
+            watcher_.join();
+        }
+        while (waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
         }
     }
 
     String run(const std::vector<String>& command, std::function<void()> onEnd) {
         std::vector<std::string> arguments;
+        arguments.reserve(command.size());
         for (const String& argument : command) {
             arguments.push_back(argument.toStdString());
         }
         std::vector<std::string> environment = childEnvironment();
 
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+        if (!output_.open() || fcntl(output_.readEnd(), F_SETFL, O_NONBLOCK) != 0 || !lifeline_.open()) {
             return String("pipe failed: %1").arg(std::strerror(errno));
         }
-        pipe_ = ends[0];
         FileActions actions;
-        posix_spawn_file_actions_addopen(actions.get(), 0, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_adddup2(actions.get(), ends[1], 1);
+        posix_spawn_file_actions_adddup2(actions.get(), lifeline_.readEnd(), 0);
+        posix_spawn_file_actions_adddup2(actions.get(), output_.writeEnd(), 1);
         posix_spawn_file_actions_addopen(actions.get(), 2, "/dev/null", O_WRONLY, 0);
+        pid_t pid = -1;
         const int error = posix_spawnp(
-            &pid_, arguments[0].c_str(), actions.get(), nullptr, pointers(arguments).data(),
+            &pid, arguments[0].c_str(), actions.get(), nullptr, pointers(arguments).data(),
             pointers(environment).data());
-        close(ends[1]);
         if (error != 0) {
             return String("%1: %2").arg(command[0]).arg(std::strerror(error));
         }
+        pid_ = pid;
+        output_.closeWriteEnd();
+        lifeline_.closeReadEnd();
 
-        watcher_ = std::thread([this, onEnd = std::move(onEnd)] {
-            siginfo_t info{};
-            // Leaves the zombie, so that kill() can never hit another process that got the same number.
-            while (waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
-            }
-            code_ = readCode();
-            running_.store(false, std::memory_order_release);
-            onEnd();
-        });
+        try {
+            watcher_ = std::thread([this, onEnd = std::move(onEnd)] {
+                siginfo_t info{};
+                // Leaves the zombie: see above.
+                while (waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 &&
+                       errno == EINTR) {
+                }
+                lastWord_ = readOutput();
+                running_.store(false, std::memory_order_release);
+                onEnd();
+            });
+        } catch (const std::system_error& failure) {
+            return String("No thread to watch the process: %1").arg(failure.what());
+        }
         return {};
     }
 
     void kill() override {
-        // The process is a zombie at worst, so its number still means it.
         if (running_.load(std::memory_order_acquire)) {
             ::kill(pid_, SIGKILL);
         }
@@ -119,31 +155,45 @@ public:
         if (running_.load(std::memory_order_acquire)) {
             return {};
         }
-        return code_.valid ? ExitStatus{code_.value, false} : ExitStatus{0, true};
+        constexpr std::string_view prefix = "ended ";
+        std::uint32_t code = 0;
+        if (!lastWord_.starts_with(prefix)) {
+            return ExitStatus{0, true};
+        }
+        const char* const end = lastWord_.data() + lastWord_.size();
+        const auto parsed = std::from_chars(lastWord_.data() + prefix.size(), end, code);
+        return parsed.ec == std::errc() ? ExitStatus{code, false} : ExitStatus{0, true};
+    }
+
+    String startError() const override {
+        constexpr std::string_view prefix = "failed ";
+        if (running_.load(std::memory_order_acquire) || !lastWord_.starts_with(prefix)) {
+            return {};
+        }
+        return String(lastWord_.substr(prefix.size())).trimmed();
     }
 
 private:
-    /// The launcher's last word: "ended CODE", the code in decimal. Nothing else reaches this pipe.
-    checked_value<std::uint32_t> readCode() const {
+    /// What the launcher had to say: "ended CODE", the code in decimal, or "failed REASON". Nothing else
+    /// reaches this pipe. Never waits: a process that is left behind may hold the other end.
+    std::string readOutput() const {
         std::string text;
-        char buffer[64];
-        for (ssize_t n = 0; (n = read(pipe_, buffer, sizeof buffer)) > 0;) {
+        char buffer[256];
+        for (ssize_t n = 0;
+             text.size() < longestWord && (n = read(output_.readEnd(), buffer, sizeof buffer)) > 0;) {
             text.append(buffer, static_cast<std::size_t>(n));
         }
-        constexpr std::string_view prefix = "ended ";
-        if (!text.starts_with(prefix)) {
-            return {};
-        }
-        std::uint32_t code = 0;
-        const auto parsed = std::from_chars(text.data() + prefix.size(), text.data() + text.size(), code);
-        return parsed.ec == std::errc() ? checked_value<std::uint32_t>(code) : checked_value<std::uint32_t>();
+        return text;
     }
 
+    static constexpr std::size_t longestWord = 4096;
+
     pid_t pid_ = -1;
-    int pipe_ = -1;
+    Pipe output_;
+    /// Its end tells the launcher that this process is gone, however it went.
+    Pipe lifeline_;
     std::thread watcher_;
-    /// Written by the watcher before it clears running_.
-    checked_value<std::uint32_t> code_;
+    std::string lastWord_;
     std::atomic<bool> running_{true};
 };
 

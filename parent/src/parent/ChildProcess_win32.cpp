@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstddef>
+#include <system_error>
 #include <thread>
 
 namespace Tarvik {
@@ -53,6 +55,45 @@ String lastErrorText(const char* operation) {
     return String("%1 failed with system error %2").arg(operation).arg(GetLastError());
 }
 
+/// The attribute list of a process that inherits one handle and no other, whatever else here may be
+/// inherited: the host's own, and those that go to another process that is started meanwhile.
+class InheritOne : noncopyable {
+public:
+    ~InheritOne() {
+        if (list_ != nullptr) {
+            DeleteProcThreadAttributeList(list_);
+        }
+    }
+
+    /// handle: kept until this object goes. False with the system's error.
+    bool prepare(HANDLE handle) {
+        SIZE_T bytes = 0;
+        InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
+        memory_.resize(bytes);
+        auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
+        if (!InitializeProcThreadAttributeList(list, 1, 0, &bytes)) {
+            return false;
+        }
+        list_ = list;
+        handle_ = handle;
+        return UpdateProcThreadAttribute(
+                   list_, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &handle_, sizeof handle_, nullptr, nullptr) !=
+               0;
+    }
+
+    LPPROC_THREAD_ATTRIBUTE_LIST list() const { return list_; }
+
+private:
+    std::vector<std::byte> memory_;
+    LPPROC_THREAD_ATTRIBUTE_LIST list_ = nullptr;
+    HANDLE handle_ = nullptr;
+};
+
+/// Two threads know of a process: the one that owns this object, and the watcher, which run() starts last and
+/// the destructor joins, so that it finds everything as run() left it. The watcher alone writes code_, and
+/// then state_ with release; whoever reads state_ as other than running with acquire may read code_. kill()
+/// may come from any thread while the object lives: it says so in killed_ before it ends the job, so that the
+/// watcher, which sees the end that this makes, does not take the job's code for the program's own.
 class Win32ChildProcess final : public ChildProcess {
 public:
     ~Win32ChildProcess() override {
@@ -80,16 +121,26 @@ public:
         Handle nul(CreateFileW(
             L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
             OPEN_EXISTING, 0, nullptr));
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = startup.hStdOutput = startup.hStdError = nul.get();
+        if (nul.get() == INVALID_HANDLE_VALUE) {
+            return lastErrorText("Opening NUL");
+        }
+        InheritOne inherited;
+        if (!inherited.prepare(nul.get())) {
+            return lastErrorText("UpdateProcThreadAttribute");
+        }
+        STARTUPINFOEXW startup{};
+        startup.StartupInfo.cb = sizeof startup;
+        startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+        startup.StartupInfo.hStdInput = startup.StartupInfo.hStdOutput = startup.StartupInfo.hStdError =
+            nul.get();
+        startup.lpAttributeList = inherited.list();
 
         // Suspended until it is in the job: nothing that it starts can slip out.
         PROCESS_INFORMATION info{};
         if (!CreateProcessW(
-                nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED | CREATE_NO_WINDOW, nullptr,
-                nullptr, &startup, &info)) {
+                nullptr, line.data(), nullptr, nullptr, TRUE,
+                CREATE_SUSPENDED | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
+                &startup.StartupInfo, &info)) {
             return lastErrorText("CreateProcess");
         }
         *process_.out() = info.hProcess;
@@ -101,14 +152,19 @@ public:
         }
         ResumeThread(thread.get());
 
-        watcher_ = std::thread([this, onEnd = std::move(onEnd)] {
-            WaitForSingleObject(process_.get(), INFINITE);
-            DWORD code = 0;
-            const bool known = GetExitCodeProcess(process_.get(), &code) != 0;
-            code_ = code;
-            state_.store(known && !killed_ ? State::ended : State::endedUnknown, std::memory_order_release);
-            onEnd();
-        });
+        try {
+            watcher_ = std::thread([this, onEnd = std::move(onEnd)] {
+                WaitForSingleObject(process_.get(), INFINITE);
+                DWORD code = 0;
+                const bool known = GetExitCodeProcess(process_.get(), &code) != 0;
+                code_ = code;
+                state_.store(
+                    known && !killed_ ? State::ended : State::endedUnknown, std::memory_order_release);
+                onEnd();
+            });
+        } catch (const std::system_error& failure) {
+            return String("No thread to watch the process: %1").arg(failure.what());
+        }
         return {};
     }
 
@@ -132,6 +188,8 @@ public:
         return ExitStatus{0, true};
     }
 
+    String startError() const override { return {}; }
+
 private:
     enum class State { running, ended, endedUnknown };
 
@@ -139,7 +197,6 @@ private:
     Handle process_;
     std::thread watcher_;
     std::atomic<bool> killed_{false};
-    /// Written by the watcher before it publishes state_.
     std::uint32_t code_ = 0;
     std::atomic<State> state_{State::running};
 };

@@ -49,8 +49,10 @@ expected<std::vector<PluginIdentifier>, String> findPlugins(const String& path) 
     if (error) {
         return unexpected(String("Cannot read %1: %2").arg(path).arg(error.message().c_str()));
     }
-    std::sort(files.begin(), files.end());
+    // Paths themselves compare name by name.
+    std::ranges::sort(files, {}, [](const fs::path& file) { return file.generic_u8string(); });
     std::vector<PluginIdentifier> identifiers;
+    identifiers.reserve(files.size());
     for (const fs::path& file : files) {
         identifiers.push_back(vstIdentifier(file));
     }

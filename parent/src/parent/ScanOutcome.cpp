@@ -12,6 +12,8 @@ const char* verdictName(ScanVerdict verdict) {
         return "hung";
     case ScanVerdict::endedEarly:
         return "ended early";
+    case ScanVerdict::corrupted:
+        return "corrupted";
     case ScanVerdict::notConnected:
         return "not connected";
     case ScanVerdict::protocolViolation:
@@ -29,6 +31,7 @@ bool blamesPlugin(ScanVerdict verdict) {
     case ScanVerdict::crashed:
     case ScanVerdict::hung:
     case ScanVerdict::endedEarly:
+    case ScanVerdict::corrupted:
         return true;
     case ScanVerdict::reported:
     case ScanVerdict::notConnected:

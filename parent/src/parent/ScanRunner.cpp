@@ -1,6 +1,7 @@
 #include "parent/ScanRunner.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace Tarvik {
@@ -28,7 +29,14 @@ ScanOutcome ScanRunner::scan(WorkItem item) {
         auto items = task.pollItems();
         const auto wait =
             std::chrono::ceil<std::chrono::milliseconds>(task.deadline() - std::chrono::steady_clock::now());
-        zmq::poll(items, std::max(wait, std::chrono::milliseconds(0)));
+        try {
+            zmq::poll(items, std::max(wait, std::chrono::milliseconds(0)));
+        } catch (const zmq::error_t& error) {
+            // A signal that the program handles is nothing to the scan.
+            if (error.num() != EINTR) {
+                throw;
+            }
+        }
         task.step();
     }
     return task.outcome();

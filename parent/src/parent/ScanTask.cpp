@@ -18,9 +18,10 @@ namespace {
 /// A report that left the process before its end can still be on its way through the socket's own thread.
 constexpr std::chrono::milliseconds reportInFlight{500};
 
-/// The watchdog cannot end a process sooner than this, so an earlier code 2 is the plug-in's own.
-constexpr std::chrono::seconds watchdogEarliest{58};
 constexpr std::uint32_t watchdogExitCode = 2;
+
+/// A report has one name and one path. Whoever sends a larger frame is cut off, before memory is given to it.
+constexpr std::int64_t largestFrameBytes = 4 << 20;
 
 } // namespace
 
@@ -28,6 +29,7 @@ ScanTask::ScanTask(zmq::context_t& context, const ScannerSettings& settings, Wor
     : settings_(settings), item_(std::move(item)), limits_(limits), socket_(context, zmq::socket_type::rep),
       endReceiver_(context, zmq::socket_type::pair), endSender_(context, zmq::socket_type::pair) {
     socket_.set(zmq::sockopt::linger, 0);
+    socket_.set(zmq::sockopt::maxmsgsize, largestFrameBytes);
     socket_.bind("tcp://127.0.0.1:*");
     endReceiver_.set(zmq::sockopt::linger, 0);
     endSender_.set(zmq::sockopt::linger, 0);
@@ -51,7 +53,7 @@ void ScanTask::start() {
 
     PluginIdentifier readBack;
     if (!readBack.FromString(item_.identifier.ToString()) || !(readBack == item_.identifier)) {
-        outcome_.detail = "The identifier's text form cannot carry this path";
+        outcome_.detail = "The identifier does not survive its text form";
         finish(ScanVerdict::notAddressable);
         return;
     }
@@ -112,6 +114,10 @@ void ScanTask::receive() {
 }
 
 void ScanTask::onRequest(std::vector<zmq::message_t>& frames) {
+    if (process_->exitStatus().valid) {
+        // Asked, and gone: whatever ended it, it was not the plug-in. Nothing is handed out to nobody.
+        return;
+    }
     if (frames.size() != 1) {
         onViolation("A work request with a body");
         return;
@@ -133,7 +139,12 @@ void ScanTask::onReport(std::vector<zmq::message_t>& frames) {
         if (report.valid) {
             outcome_.result = report.value.result;
             outcome_.name = report.value.pluginName;
-            outcome_.identifier = report.value.identifier;
+            const String& text = report.value.identifierText;
+            if (PluginIdentifier read; read.FromString(text)) {
+                outcome_.identifier = read;
+            } else {
+                outcome_.unreadIdentifier = text;
+            }
         }
     } catch (const std::exception& error) {
         onViolation(error.what());
@@ -150,7 +161,7 @@ void ScanTask::onReport(std::vector<zmq::message_t>& frames) {
 void ScanTask::onViolation(const char* what) {
     outcome_.detail = what;
     process_->kill();
-    finish(ScanVerdict::protocolViolation);
+    finish(phase_ == Phase::handedOut ? ScanVerdict::corrupted : ScanVerdict::protocolViolation);
 }
 
 void ScanTask::onProcessEnd() {
@@ -159,6 +170,11 @@ void ScanTask::onProcessEnd() {
     outcome_.duration = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started_);
     if (phase_ == Phase::reported) {
         finish(ScanVerdict::reported);
+    } else if (const String error = process_->startError(); !error.isEmpty()) {
+        // The launcher ran, and the scanner never did.
+        outcome_.exit = {};
+        outcome_.detail = error;
+        finish(ScanVerdict::notStarted);
     } else {
         deadline_ = std::min(deadline_, Clock::now() + reportInFlight);
     }
@@ -180,7 +196,8 @@ void ScanTask::onDeadline() {
         finish(ScanVerdict::notConnected);
     } else if (exit.isCrash()) {
         finish(ScanVerdict::crashed);
-    } else if (!exit.unknown && exit.code == watchdogExitCode && outcome_.duration >= watchdogEarliest) {
+    } else if (
+        !exit.unknown && exit.code == watchdogExitCode && outcome_.duration >= limits_.watchdogEarliest) {
         finish(ScanVerdict::hung);
     } else {
         finish(ScanVerdict::endedEarly);

@@ -19,6 +19,9 @@ struct ScanLimits {
     std::chrono::milliseconds total{75'000};
     /// From the report to the end of the process. After that the process is ended; the report stands.
     std::chrono::milliseconds exitGrace{10'000};
+    /// The watchdog cannot end a process sooner than this, so that an earlier end with its code is the
+    /// plug-in's own doing.
+    std::chrono::milliseconds watchdogEarliest{58'000};
 };
 
 /// One plug-in, one listening socket, one scanner process, one exchange. The states follow the protocol: the

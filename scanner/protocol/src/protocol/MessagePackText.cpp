@@ -86,12 +86,16 @@ String TextFromObject(const msgpack::object& object) {
     }
 }
 
-PluginIdentifier IdentifierFromObject(const msgpack::object& object) {
+String IdentifierTextFromObject(const msgpack::object& object) {
     if (object.type != msgpack::type::ARRAY || object.via.array.size != 1) {
         throw msgpack::type_error();
     }
+    return TextFromObject(object.via.array.ptr[0]);
+}
+
+PluginIdentifier IdentifierFromObject(const msgpack::object& object) {
     PluginIdentifier identifier;
-    identifier.FromString(TextFromObject(object.via.array.ptr[0]));
+    identifier.FromString(IdentifierTextFromObject(object));
     return identifier;
 }
 

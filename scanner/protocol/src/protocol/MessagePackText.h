@@ -25,7 +25,10 @@ msgpack::object UnpackBounded(msgpack::zone& zone, const char* data, std::size_t
 /// From str or bin; never null. Errors: type_error. [any]
 String TextFromObject(const msgpack::object& object);
 
-/// From an array of exactly one text. A text that names no plug-in is no error: the result is `None`.
+/// From an array of exactly one text: that text; never null. Errors: type_error. [any]
+String IdentifierTextFromObject(const msgpack::object& object);
+
+/// The same, read. A text that names no plug-in is no error: the result is `None`.
 /// Errors: type_error. [any]
 PluginIdentifier IdentifierFromObject(const msgpack::object& object);
 

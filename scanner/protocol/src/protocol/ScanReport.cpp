@@ -41,7 +41,8 @@ checked_value<ScanReport> DecodeScanReport(const void* data, std::size_t size) {
         report.pluginName = TextFromObject(elements[1]);
     }
     if (count > 2) {
-        report.identifier = IdentifierFromObject(elements[2]);
+        report.identifierText = IdentifierTextFromObject(elements[2]);
+        report.identifier.FromString(report.identifierText);
     }
     return report;
 }

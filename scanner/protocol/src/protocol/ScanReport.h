@@ -20,6 +20,9 @@ struct ScanReport {
     String pluginName;
     /// After the scan: a VST plug-in's own unique identifier may differ from the one asked for.
     PluginIdentifier identifier;
+    /// Of a report that was read: the text that `identifier` was read from. Not every plug-in's code survives
+    /// its own text form, and then this is all that is known. Empty where there was none; not written.
+    String identifierText{};
 };
 
 /// The record on the wire is an array: result, name, [identifier].

@@ -1,4 +1,4 @@
-#include "Arguments.h"
+#include "command/Arguments.h"
 
 #include "svbase/util/String.h"
 

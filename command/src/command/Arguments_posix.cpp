@@ -1,4 +1,4 @@
-#include "Arguments.h"
+#include "command/Arguments.h"
 
 #include <filesystem>
 #include <system_error>

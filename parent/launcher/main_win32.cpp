@@ -1,0 +1,65 @@
+// TarvikScannerLauncher: the Windows side's guardian for a parent that is no Windows process.
+//
+// usage: TarvikScannerLauncher SCANNER ENDPOINT
+//
+// Starts the scanner in a job object, waits for its end and prints "ended CODE", the whole 32-bit exit code
+// in decimal, on its standard output; or, when the scanner cannot be started, "failed" and the reason. When
+// this process goes, its job goes, and with it everything that a plug-in left behind. It goes when the
+// scanner does, or when its standard input ends: its parent holds the other end, and lets go of it however it
+// ends itself.
+//
+// Exit code: 0 after "ended", 1 for a wrong command line, 2 after "failed", 3 when the input ended, 4 when
+// the scanner's code is not to be had (nothing printed).
+
+#include "parent/ChildProcess.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <future>
+#include <string>
+#include <thread>
+
+namespace {
+
+enum ExitCode { exitEnded, exitUsage, exitFailed, exitInputEnded, exitUnknown };
+
+/// By the system's own calls: a thread that waits in the C library holds a lock that the end of the process
+/// needs.
+void endWithInput() {
+    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    char byte = 0;
+    DWORD count = 0;
+    while (ReadFile(input, &byte, 1, &count, nullptr) && count != 0) {
+    }
+    // Without a word: nobody listens. The job's last handle closes with the process.
+    TerminateProcess(GetCurrentProcess(), exitInputEnded);
+}
+
+int say(const char* word, const char* what) {
+    std::printf("%s %s\n", word, what);
+    return std::fflush(stdout);
+}
+
+} // namespace
+
+int wmain(int count, wchar_t** arguments) {
+    if (count != 3) {
+        return exitUsage;
+    }
+    std::promise<void> ended;
+    auto process = Tarvik::ChildProcess::start(
+        {String::fromWide(arguments[1]), String::fromWide(arguments[2])}, [&ended] { ended.set_value(); });
+    if (!process) {
+        say("failed", process.error().c_str());
+        return exitFailed;
+    }
+    std::thread(endWithInput).detach();
+    ended.get_future().wait();
+    const auto status = (*process)->exitStatus();
+    process->reset();
+    if (status.value.unknown) {
+        return exitUnknown;
+    }
+    return say("ended", std::to_string(status.value.code).c_str()) == 0 ? exitEnded : exitUnknown;
+}
