@@ -4,6 +4,7 @@
 #include "hosting/InstantiationStatus.h"
 #include "hosting/PluginHost.h"
 #include "hosting/PluginInstantiator.h"
+#include "hosting/dx/DXPlugin.h"
 #include "hosting/vst/VSTPlugin.h"
 #include "protocol/ScanResult.h"
 #include "scanner/ScanWorker.h"
@@ -45,7 +46,7 @@ constexpr DWORD watchdogRoundMs = 1000;
 constexpr float scanSampleRate = 44100.0f;
 
 /// Makes plug-ins at once, on the thread that asks. There is only one.
-class SimplePluginInstantiator : public PluginInstantiator {
+class SimplePluginInstantiator final : public PluginInstantiator {
 public:
     bool Instantiate(PluginInstantiatorHandler* handler) override {
         handler->InstantiatePlugin(this);
@@ -109,6 +110,12 @@ std::int32_t SingleThreadScanWorker::Scan() {
         } else {
             result = resultOfRejection(status);
         }
+    } else if (workItem.format == PluginFormat::DirectX) {
+        const auto* plugin = dynamic_cast<DXPlugin*>(host.GetPlugin());
+        if (plugin && plugin->IsValid()) {
+            pluginName = plugin->GetName();
+            result = ScanResultEffect;
+        }
     }
     if (status && status.value == InstantiationReserved) {
         result = ScanResultReserved;
@@ -131,16 +138,22 @@ void silenceCrashes() {
     SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX);
 }
 
-/// The same for abort: no message box, just the end. The import library lacks the function, which the C
-/// library of any current system has.
+/// The same for abort: no message box, just the end. This program uses one of two C libraries, as it was
+/// built, and the other is here as well when anything else uses it: whichever is here is told. By name, since
+/// the import library of the older one lacks the function, which that of any current system has.
 void silenceAbort() {
     using SetAbortBehavior = unsigned(__cdecl*)(unsigned flags, unsigned mask);
     constexpr unsigned writeAbortMessage = 1;
-    const HMODULE library = GetModuleHandleW(L"msvcrt.dll");
-    const FARPROC found = library ? GetProcAddress(library, "_set_abort_behavior") : nullptr;
-    if (found) {
-        reinterpret_cast<SetAbortBehavior>(reinterpret_cast<void*>(found))(0, writeAbortMessage);
-    } else {
+    bool silenced = false;
+    for (const wchar_t* name : {L"ucrtbase.dll", L"msvcrt.dll"}) {
+        const HMODULE library = GetModuleHandleW(name);
+        const FARPROC found = library ? GetProcAddress(library, "_set_abort_behavior") : nullptr;
+        if (found) {
+            reinterpret_cast<SetAbortBehavior>(reinterpret_cast<void*>(found))(0, writeAbortMessage);
+            silenced = true;
+        }
+    }
+    if (!silenced) {
         // Where the message cannot be cleared it goes where nobody has to confirm it.
         _set_error_mode(_OUT_TO_STDERR);
     }
@@ -160,14 +173,31 @@ std::vector<String> readCommandLine() {
 /// Ends the process after a minute, whatever a plug-in holds or does by then: no clean-up, no flush, no
 /// static destructors. Not by _exit, which leaves through the loader: that waits for whoever holds its lock,
 /// as a plug-in does that hangs in DllMain, and gives every library a last call that may hang in turn.
-void watch(const std::atomic<bool>& finished) {
+///
+/// The flag is held here a second time, beside the task's own hold on it: that shows the watchdog at its
+/// watch.
+void watch(const std::shared_ptr<std::atomic<bool>> finished) {
     for (int round = 0; round < watchdogRounds; ++round) {
-        if (finished.load()) {
+        if (finished->load()) {
             return;
         }
         Sleep(watchdogRoundMs);
     }
     TerminateProcess(GetCurrentProcess(), exitWatchdog);
+    // Where not even that is granted.
+    _exit(exitWatchdog);
+}
+
+/// Returns once the watchdog is at its watch. The thread that it gets needs the loader's lock before it can
+/// begin, and a plug-in that hangs in DllMain never gives that back: on a busy machine the plug-in could come
+/// first. A system that has no thread to give is waited for so long and no longer.
+void awaitWatchdog(const std::shared_ptr<std::atomic<bool>>& finished) {
+    constexpr long holders = 3; // the caller, the task, the watchdog
+    constexpr ULONGLONG patienceMs = 5000;
+    const ULONGLONG began = GetTickCount64();
+    while (finished.use_count() < holders && GetTickCount64() - began < patienceMs) {
+        Sleep(0);
+    }
 }
 
 } // namespace
@@ -184,7 +214,7 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
     const std::vector<String> arguments = readCommandLine();
     const auto finished = std::make_shared<std::atomic<bool>>(false);
     Util::TaskQueue taskQueue(true);
-    taskQueue.enqueue([finished] { watch(*finished); });
+    taskQueue.enqueue([finished] { watch(finished); });
 
     auto context = std::make_shared<zmq::context_t>();
     if (arguments.size() != 2) {
@@ -194,6 +224,7 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
     }
     {
         SingleThreadScanWorker worker(context, arguments[1]);
+        awaitWatchdog(finished);
         worker.Run();
     }
     // Ends the context, which waits for messages on their way; the watchdog still bounds that.

@@ -1,5 +1,6 @@
 #include "hosting/ElementHostImpl.h"
 
+#include "support/AllocationCount.h"
 #include "svbase/util/TaskQueue.h"
 
 #include <gtest/gtest.h>
@@ -152,6 +153,20 @@ TEST_F(ElementHostImplTest, Scratch_memory_never_shrinks_and_falls_back_to_the_h
     EXPECT_EQ(host.GetScratchUsed(), 64U);
     host.FreeScratch(inside, 64);
     EXPECT_EQ(host.GetScratchUsed(), 0U);
+}
+
+TEST_F(ElementHostImplTest, Reserved_scratch_memory_is_handed_out_without_an_allocation) {
+    host.ReserveScratch(96);
+    const std::uint64_t before = AllocationCount();
+    void* first = host.AllocScratch(64);
+    void* second = host.AllocScratch(32);
+    host.FreeScratch(second, 32);
+    host.FreeScratch(first, 64);
+    EXPECT_EQ(AllocationCount(), before);
+    void* inside = host.AllocScratch(64);
+    host.FreeScratch(host.AllocScratch(33), 33);
+    EXPECT_EQ(AllocationCount(), before + 1) << "what is too much is the heap's";
+    host.FreeScratch(inside, 64);
 }
 
 TEST_F(ElementHostImplTest, Transforms_are_the_pools_own) {

@@ -1,114 +1,24 @@
 #include "hosting/ElementPlugin.h"
 
-#include "dsp/ElementDispatcher.h"
-#include "hosting/ElementHostImpl.h"
+#include "dsp/TestElementHost.h"
+#include "hosting/FakeEffect.h"
+#include "hosting/TestProgram.h"
+#include "hosting/ThreeKinds.h"
 #include "protocol/PluginIdentifier.h"
-#include "svbase/util/ByteStream.h"
+#include "support/VirtualSlot.h"
+#include "svbase/util/Module.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Tarvik {
 namespace {
 
-class Percent final : public DSP::ParamFormatter<float> {
-public:
-    String Format(float value) const override { return String("%1 %").arg(value, 0U); }
-};
-
-/// Three parameters, one of each kind, and extra bytes.
-class ThreeKinds final : public DSP::ElementDispatcher {
-public:
-    ThreeKinds(DSP::ElementHost* host, bool* gone = nullptr)
-        : ElementDispatcher(host, "Three Kinds", 48000.0F, 1), gone_(gone) {
-        DSP::ParamRegistration<float> gain;
-        gain.name = "Gain";
-        gain.index = 0;
-        gain.range = {-10.0F, 10.0F};
-        gain.target = &gain_;
-        gain.units = "dB";
-        gain.formatter = std::make_unique<Percent>();
-        AddFloatParam(std::move(gain));
-        DSP::ParamRegistration<bool> active;
-        active.name = "Active";
-        active.index = 1;
-        active.target = &active_;
-        active.quantised = true;
-        AddBoolParam(std::move(active));
-        DSP::ParamRegistration<std::uint32_t> mode;
-        mode.name = "Mode";
-        mode.index = 2;
-        mode.range = {2, 5};
-        mode.defaultValue = 2;
-        mode.target = &mode_;
-        mode.valueNames = {"two", "three", "four", "five"};
-        AddEnumParam(std::move(mode));
-        FinishParamRegistration();
-    }
-    ~ThreeKinds() override {
-        if (gone_ != nullptr) {
-            *gone_ = true;
-        }
-    }
-
-    bool HasExtraBytes() const override { return true; }
-    std::uint32_t GetExtraBytesSize() const override {
-        return claimedSize != 0 ? claimedSize : static_cast<std::uint32_t>(extra.size());
-    }
-    void GetExtraBytes(std::span<std::uint8_t> buffer) const override {
-        std::copy(extra.begin(), extra.end(), buffer.begin());
-    }
-    void SetExtraBytes(const void* bytes, std::uint32_t size, bool) override {
-        const auto* first = static_cast<const std::uint8_t*>(bytes);
-        extra.assign(first, first + size);
-    }
-
-    std::vector<std::uint8_t> extra;
-    std::uint32_t claimedSize = 0;
-    int idles = 0;
-
-protected:
-    std::uint32_t DoGetLatency(std::uint32_t) const override { return 12; }
-    void OnIdle() override { ++idles; }
-    void ProcessAudio(std::uint32_t frames, float** channels) override {
-        for (std::uint32_t i = 0; i < frames; ++i) {
-            channels[1][i] = -channels[0][i];
-        }
-    }
-
-private:
-    bool* gone_;
-    float gain_ = 0.0F;
-    bool active_ = false;
-    std::uint32_t mode_ = 2;
-};
-
-class ThreeKindsPlugin final : public ElementPlugin {
-public:
-    explicit ThreeKindsPlugin(ElementHostImpl* host) : ElementPlugin(48000.0F, 1, host) {}
-
-    using ElementPlugin::SetElement;
-};
-
-class ElementPluginTest : public testing::Test {
-protected:
-    void SetUp() override {
-        element = new ThreeKinds(&host, &gone);
-        plugin->SetElement(element, true);
-    }
-
-    // In the order of names: "Active", "Gain", "Mode".
-    static constexpr std::uint32_t active = 0;
-    static constexpr std::uint32_t gain = 1;
-    static constexpr std::uint32_t mode = 2;
-
-    ElementHostImpl host;
-    bool gone = false;
-    ThreeKinds* element = nullptr;
-    std::unique_ptr<ThreeKindsPlugin> plugin = std::make_unique<ThreeKindsPlugin>(&host);
-};
+class ElementPluginTest : public ThreeKindsTest {};
 
 TEST_F(ElementPluginTest, Without_an_element_it_is_not_valid) {
     EXPECT_FALSE(ThreeKindsPlugin(&host).IsValid());
@@ -121,6 +31,13 @@ TEST_F(ElementPluginTest, It_has_no_format_no_identifier_and_no_editor) {
     EXPECT_TRUE(plugin->HasEditor().known);
     EXPECT_FALSE(plugin->HasEditor().value);
     EXPECT_FALSE(plugin->OpenEditor(nullptr, 0, 0));
+    EXPECT_FALSE(plugin->IsEditorOpen());
+    std::uint32_t width = 12;
+    std::uint32_t height = 34;
+    plugin->GetEditorSize(width, height);
+    EXPECT_EQ(width, 12U);
+    EXPECT_EQ(height, 34U);
+    plugin->CloseEditor();
 }
 
 TEST_F(ElementPluginTest, Name_latency_idle_and_audio_are_the_elements) {
@@ -129,12 +46,32 @@ TEST_F(ElementPluginTest, Name_latency_idle_and_audio_are_the_elements) {
     plugin->Idle();
     EXPECT_EQ(element->idles, 1);
     EXPECT_EQ(plugin->GetElement(), element);
-    EXPECT_TRUE(plugin->SupportsRealTime());
     float left[] = {1, 2};
     float right[] = {0, 0};
     float* channels[] = {left, right};
     plugin->Process(2, 99, channels);
     EXPECT_EQ(right[1], -2);
+}
+
+TEST_F(ElementPluginTest, Reset_is_the_elements) {
+    Block();
+    const int before = element->resets;
+    plugin->Reset();
+    EXPECT_EQ(element->resets, before + 1);
+}
+
+TEST_F(ElementPluginTest, What_it_can_do_is_what_the_element_can_do) {
+    int place = 0;
+    auto* const renderer = reinterpret_cast<DSP::RandomAccessHost*>(&place);
+    for (const bool can : {false, true}) {
+        element->realTime = can;
+        element->randomAccess = can;
+        element->renderedBy = nullptr;
+        EXPECT_EQ(plugin->SupportsRealTime(), can);
+        EXPECT_EQ(plugin->SupportsRandomAccess(renderer), can);
+        EXPECT_EQ(plugin->ProcessRandomAccess(renderer), can);
+        EXPECT_EQ(element->renderedBy, renderer);
+    }
 }
 
 TEST_F(ElementPluginTest, Parameters_stand_in_the_order_of_their_names) {
@@ -172,9 +109,33 @@ TEST_F(ElementPluginTest, Ranges_are_the_elements) {
     EXPECT_EQ(plugin->GetParameterInfo(mode).maximum, 5.0F);
     EXPECT_EQ(plugin->GetParameterInfo(mode).steps, 3U);
     EXPECT_EQ(plugin->GetParameterInfo(active).steps, 1U);
+    EXPECT_EQ(plugin->GetParameterInfo(gain).steps, 0U);
+    EXPECT_EQ(plugin->GetParameterInfo(gain).kind, 0U);
+    EXPECT_EQ(plugin->GetParameterInfo(active).kind, 1U);
+    EXPECT_EQ(plugin->GetParameterInfo(mode).kind, 2U);
 }
 
-TEST_F(ElementPluginTest, Values_are_set_and_read_by_stream) {
+TEST_F(ElementPluginTest, While_audio_runs_each_stream_has_values_of_its_own) {
+    host.SetAudioRunning(true);
+    plugin->SetParameterValue(1, gain, 3.5F);
+    plugin->SetParameterValue(1, active, 1.0F);
+    plugin->SetParameterValue(1, mode, 4.0F);
+    EXPECT_EQ(plugin->GetParameterValue(1, gain), 3.5F);
+    EXPECT_EQ(plugin->GetParameterValue(1, active), 1.0F);
+    EXPECT_EQ(plugin->GetParameterValue(1, mode), 4.0F);
+    EXPECT_EQ(plugin->GetParameterValue(0, gain), 0.0F);
+    EXPECT_EQ(plugin->GetParameterValue(0, active), 0.0F);
+    EXPECT_EQ(plugin->GetParameterValue(0, mode), 2.0F);
+    Block();
+    EXPECT_EQ(plugin->GetParameterValue(0, gain), 3.5F);
+    EXPECT_EQ(plugin->GetParameterValue(0, active), 1.0F);
+    EXPECT_EQ(plugin->GetParameterValue(0, mode), 4.0F);
+    plugin->SetParameterValue(0, gain, -1.0F);
+    EXPECT_EQ(plugin->GetParameterValue(0, gain), -1.0F);
+    EXPECT_EQ(plugin->GetParameterValue(1, gain), 3.5F);
+}
+
+TEST_F(ElementPluginTest, With_audio_stopped_both_streams_follow_at_once) {
     plugin->SetParameterValue(1, gain, 3.5F);
     plugin->SetParameterValue(1, active, 1.0F);
     plugin->SetParameterValue(1, mode, 4.0F);
@@ -194,74 +155,92 @@ TEST_F(ElementPluginTest, Values_beyond_a_range_are_brought_into_it) {
     }
 }
 
-TEST_F(ElementPluginTest, The_state_is_values_extra_size_and_extra_bytes) {
-    plugin->SetParameterValue(1, gain, 3.5F);
-    plugin->SetParameterValue(1, mode, 4.0F);
-    element->extra = {9, 8, 7};
-    Util::ByteStream expected;
-    expected.write(false);
-    expected.write(3.5F);
-    expected.write(std::uint32_t{4});
-    expected.write(std::uint32_t{3});
-    expected.write(std::vector<std::uint8_t>{9, 8, 7});
-    std::vector<std::uint8_t> state;
-    plugin->GetState(1, state);
-    EXPECT_EQ(state, expected.data());
-}
-
-TEST_F(ElementPluginTest, Extra_bytes_beyond_the_limit_yield_an_empty_state) {
-    element->claimedSize = 100000001;
-    std::vector<std::uint8_t> state{1, 2, 3};
-    plugin->GetState(1, state);
-    EXPECT_TRUE(state.empty());
-}
-
-TEST_F(ElementPluginTest, A_state_comes_back) {
-    plugin->SetParameterValue(1, gain, -7.25F);
-    plugin->SetParameterValue(1, active, 1.0F);
-    plugin->SetParameterValue(1, mode, 5.0F);
-    element->extra = {1, 2};
-    std::vector<std::uint8_t> state;
-    plugin->GetState(1, state);
-    plugin->SetParameterValue(1, gain, 0.0F);
-    plugin->SetParameterValue(1, active, 0.0F);
-    plugin->SetParameterValue(1, mode, 2.0F);
-    element->extra.clear();
-    EXPECT_TRUE(plugin->SetState(1, static_cast<std::uint32_t>(state.size()), state.data()));
-    EXPECT_EQ(plugin->GetParameterValue(1, gain), -7.25F);
-    EXPECT_EQ(plugin->GetParameterValue(1, active), 1.0F);
-    EXPECT_EQ(plugin->GetParameterValue(1, mode), 5.0F);
-    EXPECT_EQ(element->extra, (std::vector<std::uint8_t>{1, 2}));
-}
-
-TEST_F(ElementPluginTest, A_state_cut_short_anywhere_is_refused_and_changes_nothing) {
-    plugin->SetParameterValue(1, gain, 1.0F);
-    element->extra = {1, 2, 3};
-    std::vector<std::uint8_t> state;
-    plugin->GetState(1, state);
-    plugin->SetParameterValue(1, gain, 2.0F);
-    for (std::uint32_t size = 0; size < state.size(); ++size) {
-        EXPECT_FALSE(plugin->SetState(1, size, state.data())) << size;
-        EXPECT_EQ(plugin->GetParameterValue(1, gain), 2.0F) << size;
-    }
-}
-
-TEST_F(ElementPluginTest, Any_bytes_are_accepted_or_refused_and_leave_values_in_range) {
-    std::mt19937 random(5);
-    for (int round = 0; round < 2000; ++round) {
-        std::vector<std::uint8_t> bytes(random() % 40);
-        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
-        plugin->SetState(1, static_cast<std::uint32_t>(bytes.size()), bytes.data());
-        EXPECT_GE(plugin->GetParameterValue(1, mode), 2.0F);
-        EXPECT_LE(plugin->GetParameterValue(1, mode), 5.0F);
-    }
-}
-
 TEST_F(ElementPluginTest, The_transport_goes_to_the_element_host) {
     DSP::TransportRecord record;
     record.position = std::int64_t{99};
     plugin->SetTransport(record);
     EXPECT_EQ(host.GetTransportPosition(), checked_value<std::int64_t>(99));
+}
+
+TEST_F(ElementPluginTest, The_transport_stays_with_an_element_host_of_another_kind) {
+    DSP::Testing::TestElementHost other;
+    ThreeKindsPlugin elsewhere(&other);
+    elsewhere.SetElement(new ThreeKinds(&other), true);
+    DSP::TransportRecord record;
+    record.position = std::int64_t{99};
+    elsewhere.SetTransport(record);
+    EXPECT_FALSE(other.GetTransportPosition().valid);
+}
+
+/// Calls a function when it ends.
+class EndingText final : public DSP::ParamFormatter<float> {
+public:
+    explicit EndingText(std::function<void()> end) : atEnd(std::move(end)) {}
+    ~EndingText() override { atEnd(); }
+    String Format(float) const override { return ""; }
+
+private:
+    std::function<void()> atEnd;
+};
+
+/// Calls a function when it ends, and another one when its parameter does.
+class EndingElement final : public DSP::ElementDispatcher {
+public:
+    EndingElement(DSP::ElementHost* host, std::function<void()> end, std::function<void()> parameterEnd)
+        : ElementDispatcher(host, "Ending", 48000.0F, 1), atEnd(std::move(end)) {
+        DSP::ParamRegistration<float> value;
+        value.name = "Value";
+        value.target = &target;
+        value.formatter = std::make_unique<EndingText>(std::move(parameterEnd));
+        AddFloatParam(std::move(value));
+        FinishParamRegistration();
+    }
+    ~EndingElement() override { atEnd(); }
+
+private:
+    std::function<void()> atEnd;
+    float target = 0.0F;
+};
+
+TEST_F(ElementPluginTest, The_library_goes_after_the_element_and_its_parameters) {
+    const TestDirectory directory;
+    // A copy: other tests keep the library itself loaded.
+    const String path = directory.Copy(EffectLibraryPath("forwarding.dll"), "elements.dll");
+    static AEffect effect;
+    const auto load = [&path] {
+        auto library = std::make_unique<Util::Module>(path);
+        EXPECT_TRUE(library->load());
+        return library;
+    };
+    auto library = load();
+    // What the library answers with once it has been told what to make: one that was loaded anew has not.
+    const auto enter = library->function<VstEntryPoint>("VSTPluginMain");
+    ASSERT_NE(enter, nullptr);
+    library->function<void (*)(VstEntryPoint)>("SetEffectFactory")(
+        [](audioMasterCallback) { return &effect; });
+
+    std::vector<std::string> log;
+    auto ending = std::make_unique<ThreeKindsPlugin>(&host);
+    ending->SetLibrary(std::move(library));
+    ending->SetElement(
+        new EndingElement(
+            &host,
+            [&] { log.push_back(enter(nullptr) == &effect ? "element" : "element, without its library"); },
+            [&] {
+                log.push_back(enter(nullptr) == &effect ? "parameter" : "parameter, without its library");
+            }),
+        true);
+    ending.reset();
+    EXPECT_EQ(log, (std::vector<std::string>{"element", "parameter"}));
+    EXPECT_EQ(load()->function<VstEntryPoint>("VSTPluginMain")(nullptr), nullptr) << "it was freed";
+}
+
+TEST(ElementPlugin, Its_own_operations_stand_behind_those_of_all_plugins) {
+    // Behind random access come the destructor, what follows the transport's mode, and what follows its
+    // place.
+    EXPECT_EQ(
+        virtualSlots(&ElementPlugin::GetElement, &ElementPlugin::OnElementChanged),
+        slotsFrom(virtualSlot(&Plugin::ProcessRandomAccess) + 1 + destructorSlots + 2, 2));
 }
 
 TEST_F(ElementPluginTest, An_owned_element_goes_with_the_plugin) {

@@ -87,12 +87,19 @@ VstIntPtr VSTCALLBACK FakeEffect::dispatcher(
 
 void VSTCALLBACK FakeEffect::setParameter(AEffect* effect, VstInt32 index, float value) {
     FakeEffect& self = of(effect);
+    if (self.atSetParameter) {
+        self.atSetParameter();
+    }
     self.changes.emplace_back(index, value);
     self.parameters.at(static_cast<std::size_t>(index)) = value;
 }
 
 float VSTCALLBACK FakeEffect::getParameter(AEffect* effect, VstInt32 index) {
-    return of(effect).parameters.at(static_cast<std::size_t>(index));
+    FakeEffect& self = of(effect);
+    if (self.atGetParameter) {
+        self.atGetParameter();
+    }
+    return self.parameters.at(static_cast<std::size_t>(index));
 }
 
 void VSTCALLBACK

@@ -36,6 +36,9 @@ public:
     /// Every setParameter, in order.
     std::vector<std::pair<VstInt32, float>> changes;
     std::function<void(float** inputs, float** outputs, VstInt32 frames)> process;
+    /// Run before a value is read or written.
+    std::function<void()> atGetParameter;
+    std::function<void()> atSetParameter;
     /// Runs in the entry point, before there is an effect to the host.
     std::function<void()> atEntry;
     bool entersWithNull = false;

@@ -1,42 +1,11 @@
 #include "hosting/PluginHost.h"
 
-#include "hosting/ElementHostImpl.h"
-#include "hosting/FakeEffect.h"
+#include "hosting/PluginHostFixture.h"
 #include "hosting/TestProgram.h"
-#include "hosting/vst/VSTPlugin.h"
-#include "svbase/util/ByteStream.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <thread>
+#include "support/VirtualSlot.h"
 
 namespace Tarvik {
 namespace {
-
-/// Does the work at once on the calling thread, and tells a test of it.
-class Instantiator final : public PluginInstantiator {
-public:
-    bool Instantiate(PluginInstantiatorHandler* handler) override {
-        ++instantiations;
-        if (meanwhile) {
-            meanwhile();
-        }
-        handler->InstantiatePlugin(this);
-        return true;
-    }
-    void Destroy(PluginInstantiatorHandler* handler) override {
-        ++destructions;
-        handler->DestroyPlugin(this);
-    }
-    void* GetTestableDSPHost() override { return nullptr; }
-
-    int instantiations = 0;
-    int destructions = 0;
-    std::function<void()> meanwhile;
-};
 
 class Resolver final : public VSTPathResolver {
 public:
@@ -49,14 +18,8 @@ public:
     String answer;
 };
 
-class PluginHostTest : public testing::Test {
+class PluginHostTest : public PluginHostFixture {
 protected:
-    /// Makes the host hold this effect, turned on.
-    void Hold(FakeEffect& fake, bool scanOnly = false) {
-        host->SetIdentifier(PluginIdentifier::ForVST(LetLibraryCreate(fake), 0));
-        host->ChangePlugin(scanOnly);
-    }
-
     InstantiationStatus StatusOf(const String& path) {
         host->SetIdentifier(PluginIdentifier::ForVST(path, 0));
         host->ChangePlugin(true);
@@ -65,18 +28,6 @@ protected:
         EXPECT_TRUE(status.valid);
         return status.value;
     }
-
-    std::vector<std::uint8_t> State() const {
-        std::vector<std::uint8_t> bytes(host->GetExtraBytesSize());
-        host->GetExtraBytes(bytes);
-        return bytes;
-    }
-
-    FakeEffect effect;
-    ElementHostImpl elementHost;
-    Instantiator instantiator;
-    std::unique_ptr<PluginHost> host =
-        std::make_unique<PluginHost>(&elementHost, 44100.0F, &instantiator, "Vendor", "Product");
 };
 
 TEST_F(PluginHostTest, An_identifier_without_a_format_leaves_no_plugin_and_no_status) {
@@ -172,8 +123,75 @@ TEST_F(PluginHostTest, A_change_that_attempts_nothing_clears_the_status) {
 
 TEST_F(PluginHostTest, Destroying_leaves_the_status) {
     Hold(effect);
-    const auto before = host->GetInstantiationStatus();
-    EXPECT_EQ(before, checked_value<InstantiationStatus>(InstantiationOK));
+    instantiator.handler->DestroyPlugin(&instantiator);
+    EXPECT_EQ(host->GetPlugin(), nullptr);
+    EXPECT_EQ(effect.CallsOf(effClose).size(), 1U);
+    EXPECT_EQ(host->GetInstantiationStatus(), checked_value<InstantiationStatus>(InstantiationOK));
+}
+
+TEST_F(PluginHostTest, A_plugin_that_goes_is_no_longer_there_for_those_who_ask) {
+    Hold(effect);
+    Plugin* asked = host->GetPlugin();
+    effect.answers[effClose] = [&](const FakeEffect::Call&) {
+        asked = host->GetPlugin();
+        return VstIntPtr{0};
+    };
+    instantiator.handler->DestroyPlugin(&instantiator);
+    EXPECT_EQ(effect.CallsOf(effClose).size(), 1U);
+    EXPECT_EQ(asked, nullptr);
+}
+
+TEST_F(PluginHostTest, A_change_ends_the_earlier_plugin_before_it_makes_the_next) {
+    Hold(effect);
+    FakeEffect next;
+    std::size_t closed = 0;
+    next.atEntry = [&] { closed = effect.CallsOf(effClose).size(); };
+    Hold(next);
+    EXPECT_EQ(closed, 1U);
+    EXPECT_EQ(effect.CallsOf(effClose).size(), 1U);
+    EXPECT_TRUE(next.CallsOf(effClose).empty());
+    host.reset();
+    EXPECT_EQ(next.CallsOf(effClose).size(), 1U);
+}
+
+TEST_F(PluginHostTest, What_is_made_without_a_destruction_takes_the_earlier_ones_place) {
+    Hold(effect);
+    FakeEffect next;
+    host->SetIdentifier(PluginIdentifier::ForVST(LetLibraryCreate(next), 0));
+    instantiator.handler->InstantiatePlugin(&instantiator);
+    EXPECT_EQ(effect.CallsOf(effClose).size(), 1U);
+    EXPECT_TRUE(next.CallsOf(effClose).empty());
+    EXPECT_NE(host->GetPlugin(), nullptr);
+    host.reset();
+}
+
+TEST_F(PluginHostTest, A_failure_leaves_no_earlier_plugin) {
+    Hold(effect);
+    host->SetIdentifier(PluginIdentifier::ForVST(EffectLibraryPath("core.dll"), 0));
+    // Without the destruction that ChangePlugin has done first.
+    instantiator.handler->InstantiatePlugin(&instantiator);
+    EXPECT_EQ(host->GetInstantiationStatus(), checked_value<InstantiationStatus>(InstantiationCoreLibrary));
+    EXPECT_EQ(host->GetPlugin(), nullptr);
+    EXPECT_EQ(effect.CallsOf(effClose).size(), 1U);
+}
+
+TEST_F(PluginHostTest, A_change_that_throws_is_over_and_the_next_load_is_no_scan) {
+    const PluginIdentifier identifier = PluginIdentifier::ForVST(LetLibraryCreate(effect), 0);
+    host->SetIdentifier(identifier);
+    instantiator.meanwhile = [this] {
+        EXPECT_TRUE(host->IsChanging());
+        throw 1;
+    };
+    EXPECT_THROW(host->ChangePlugin(true), int);
+    EXPECT_FALSE(host->IsChanging());
+    EXPECT_FALSE(host->GetInstantiationStatus().valid);
+    instantiator.handler->InstantiatePlugin(&instantiator);
+    ASSERT_NE(host->GetPlugin(), nullptr);
+    EXPECT_FALSE(effect.CallsOf(effMainsChanged).empty()) << "turned on";
+}
+
+TEST_F(PluginHostTest, The_end_of_the_host_destroys_the_plugin_through_the_instantiator) {
+    Hold(effect);
     EXPECT_EQ(instantiator.destructions, 0);
     host.reset();
     EXPECT_EQ(instantiator.destructions, 1);
@@ -211,169 +229,11 @@ TEST_F(PluginHostTest, Each_change_tells_the_element_host) {
     EXPECT_FALSE(elementHost.IsFinishRequested());
 }
 
-TEST_F(PluginHostTest, Latency_and_delay_are_the_plugins_and_nothing_without_one) {
-    EXPECT_EQ(host->GetLatency(0), 0U);
-    EXPECT_FALSE(host->GetReportedDelay().valid);
-    effect.abi.initialDelay = 321;
-    Hold(effect);
-    EXPECT_EQ(host->GetLatency(0), 321U);
-    EXPECT_FALSE(host->GetReportedDelay().valid);
-}
-
-TEST_F(PluginHostTest, A_reset_reaches_the_plugin) {
-    Hold(effect);
-    effect.calls.clear();
-    host->ForceReset();
-    EXPECT_EQ(effect.Opcodes(), (std::vector<VstInt32>{effMainsChanged, effMainsChanged}));
-}
-
-TEST_F(PluginHostTest, Without_a_plugin_audio_passes_through) {
-    float samples[] = {1, 2, 3};
-    float* channels[] = {samples};
-    host->Process(3, channels);
-    EXPECT_EQ(samples[0], 1);
-    EXPECT_EQ(samples[2], 3);
-}
-
-TEST_F(PluginHostTest, Audio_runs_through_the_plugin_after_the_transport_was_told) {
-    std::vector<double> positions;
-    effect.process = [&](float** inputs, float** outputs, VstInt32 frames) {
-        const auto* time = reinterpret_cast<const VstTimeInfo*>(effect.AskHost(audioMasterGetTime));
-        positions.push_back(time->samplePos);
-        for (VstInt32 i = 0; i < frames; ++i) {
-            outputs[0][i] = inputs[0][i] * 2;
-        }
+TEST(PluginHost, Its_own_operation_stands_behind_those_of_all_elements_with_parameters) {
+    struct Open : DSP::ElementDispatcher {
+        using ElementDispatcher::CreateControllerSet;
     };
-    Hold(effect);
-    DSP::TransportRecord transport;
-    transport.mode = 1U;
-    transport.position = std::int64_t{4711};
-    elementHost.SetTransport(transport);
-    float samples[] = {1, 2, 3};
-    float* channels[] = {samples};
-    host->Process(3, channels);
-    EXPECT_EQ(samples[2], 6);
-    EXPECT_EQ(positions, std::vector<double>{4711});
-}
-
-TEST_F(PluginHostTest, While_the_plugin_changes_audio_stays_as_it_is) {
-    effect.process = [](float**, float** outputs, VstInt32) { outputs[0][0] = 99; };
-    Hold(effect);
-    float samples[] = {1};
-    float* channels[] = {samples};
-    instantiator.meanwhile = [&] {
-        EXPECT_TRUE(host->IsChanging());
-        std::thread audio([&] { host->Process(1, channels); });
-        audio.join();
-    };
-    host->ChangePlugin(false);
-    EXPECT_FALSE(host->IsChanging());
-    EXPECT_EQ(samples[0], 1);
-    host->Process(1, channels);
-    EXPECT_EQ(samples[0], 99);
-}
-
-TEST_F(PluginHostTest, The_state_is_the_identifier_and_the_plugins_bytes) {
-    effect.SetParameters({0.25F, 0.5F});
-    Hold(effect);
-    Util::ByteStream expected;
-    expected.write(host->GetIdentifier().ToString());
-    expected.write(0.25F);
-    expected.write(0.5F);
-    EXPECT_EQ(State(), expected.data());
-}
-
-TEST_F(PluginHostTest, Without_a_plugin_the_state_is_the_identifier) {
-    Util::ByteStream expected;
-    expected.write(String("None"));
-    EXPECT_EQ(State(), expected.data());
-}
-
-TEST_F(PluginHostTest, A_buffer_of_the_wrong_size_stays_unchanged) {
-    std::vector<std::uint8_t> bytes(host->GetExtraBytesSize() + 1, 0xAB);
-    host->GetExtraBytes(bytes);
-    EXPECT_EQ(bytes, std::vector<std::uint8_t>(bytes.size(), 0xAB));
-    host->GetDefaultExtraBytes(bytes);
-    EXPECT_EQ(bytes, std::vector<std::uint8_t>(bytes.size(), 0));
-    EXPECT_TRUE(host->HasExtraBytes());
-}
-
-TEST_F(PluginHostTest, A_state_of_size_0_unloads_the_plugin) {
-    Hold(effect);
-    host->SetExtraBytes(nullptr, 0, false);
-    EXPECT_EQ(host->GetPlugin(), nullptr);
-    EXPECT_EQ(host->GetIdentifier().format, PluginFormat::None);
-}
-
-TEST_F(PluginHostTest, A_state_with_the_same_identifier_keeps_the_object_and_applies_the_bytes) {
-    effect.SetParameters({0.25F, 0.5F});
-    Hold(effect);
-    const std::vector<std::uint8_t> saved = State();
-    effect.SetParameters({0, 0});
-    const Plugin* before = host->GetPlugin();
-    const int instantiations = instantiator.instantiations;
-    host->SetExtraBytes(saved.data(), static_cast<std::uint32_t>(saved.size()), false);
-    EXPECT_EQ(host->GetPlugin(), before);
-    EXPECT_EQ(instantiator.instantiations, instantiations);
-    EXPECT_EQ(effect.parameters, (std::vector<float>{0.25F, 0.5F}));
-}
-
-TEST_F(PluginHostTest, A_state_with_another_identifier_loads_that_plugin_and_applies_the_bytes) {
-    effect.SetParameters({0.25F});
-    Hold(effect);
-    const std::vector<std::uint8_t> saved = State();
-    host->SetExtraBytes(nullptr, 0, false);
-    effect.SetParameters({0});
-    host->SetExtraBytes(saved.data(), static_cast<std::uint32_t>(saved.size()), false);
-    ASSERT_NE(host->GetPlugin(), nullptr);
-    EXPECT_EQ(effect.parameters, std::vector<float>{0.25F});
-    // Turned on: a state belongs to a host that plays.
-    EXPECT_FALSE(effect.CallsOf(effMainsChanged).empty());
-}
-
-TEST_F(PluginHostTest, A_state_that_begins_with_no_identifier_changes_nothing) {
-    Hold(effect);
-    const Plugin* before = host->GetPlugin();
-    const int instantiations = instantiator.instantiations;
-    Util::ByteStream bytes;
-    bytes.write(String("nonsense"));
-    host->SetExtraBytes(bytes.data().data(), static_cast<std::uint32_t>(bytes.data().size()), false);
-    const std::uint8_t cut[] = {200, 0, 0};
-    host->SetExtraBytes(cut, 3, false);
-    EXPECT_EQ(host->GetPlugin(), before);
-    EXPECT_EQ(instantiator.instantiations, instantiations);
-}
-
-TEST_F(PluginHostTest, A_changed_plugin_shows_as_a_changed_dirty_flag) {
-    Hold(effect);
-    std::vector<float> seen;
-    Trackable listener;
-    Connection connection;
-    ASSERT_TRUE(host->ConnectParam(
-        "Dirty Flag",
-        {&listener, [&](const DSP::ParamValue& value) { seen.push_back(std::get<float>(value)); }},
-        connection));
-    host->Idle();
-    EXPECT_TRUE(seen.empty());
-    for (int i = 0; i < 3; ++i) {
-        effect.AskHost(audioMasterAutomate);
-        host->Idle();
-    }
-    ASSERT_EQ(seen.size(), 3U);
-    EXPECT_NE(seen[0], seen[1]);
-    EXPECT_NE(seen[1], seen[2]);
-    for (const float value : seen) {
-        // Fifteen bits over 32767, which is where the C library's generator ends.
-        EXPECT_NEAR(value * 32767.0F, std::round(value * 32767.0F), 0.01F);
-        EXPECT_GE(value, 0.0F);
-        EXPECT_LE(value, 1.0F);
-    }
-    host->Idle();
-    EXPECT_EQ(seen.size(), 3U);
-}
-
-TEST_F(PluginHostTest, Nothing_is_rendered_without_a_plugin) {
-    EXPECT_FALSE(host->ProcessRandomAccess(nullptr));
+    EXPECT_EQ(virtualSlot(&PluginHost::GetReportedDelay), virtualSlot(&Open::CreateControllerSet) + 1);
 }
 
 } // namespace

@@ -1,9 +1,12 @@
 #include "hosting/Plugin.h"
 
 #include "protocol/PluginIdentifier.h"
+#include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -14,6 +17,7 @@ using Tarvik::OptionalBool;
 using Tarvik::ParameterInfo;
 using Tarvik::Plugin;
 using Tarvik::PluginIdentifier;
+using Tarvik::ProcessEvent;
 
 /// Answers nothing, and notes in order what the transport makes of it.
 class BarePlugin final : public Plugin {
@@ -21,6 +25,9 @@ public:
     explicit BarePlugin(std::uint32_t layout = 1) : Plugin(44100.0f, layout) {}
 
     std::vector<std::string> notes;
+    /// The mode that the plug-in held when it was reset, and when it was told the position.
+    checked_value<std::uint32_t> modeAtReset;
+    checked_value<std::uint32_t> modeAtUpdate;
 
     void SetDirty() { dirty = true; }
 
@@ -43,13 +50,97 @@ public:
     void SetParameterValue(std::uint32_t, std::uint32_t, float) override {}
     void GetState(std::int32_t, std::vector<std::uint8_t>&) const override {}
     bool SetState(std::uint32_t, std::uint32_t, const void*) override { return false; }
-    void Reset() override { notes.emplace_back("reset"); }
+    void Reset() override {
+        notes.emplace_back("reset");
+        modeAtReset = Mode();
+    }
     bool SupportsRealTime() const override { return true; }
     void Process(std::uint32_t, std::uint32_t, float**) override {}
 
 private:
-    void UpdateTransport(const TransportRecord&) override { notes.emplace_back("update"); }
+    void UpdateTransport(const TransportRecord&) override {
+        notes.emplace_back("update");
+        modeAtUpdate = Mode();
+    }
+
+    checked_value<std::uint32_t> Mode() const {
+        return transportModeSet ? checked_value(transportMode) : checked_value<std::uint32_t>();
+    }
 };
+
+// The two private operations, which only an explicit instantiation may name.
+std::ptrdiff_t slotOfOnTransportChanged();
+std::ptrdiff_t slotOfUpdateTransport();
+
+template<auto OnTransportChanged, auto UpdateTransport>
+struct PrivateSlots {
+    friend std::ptrdiff_t slotOfOnTransportChanged() { return virtualSlot(OnTransportChanged); }
+    friend std::ptrdiff_t slotOfUpdateTransport() { return virtualSlot(UpdateTransport); }
+};
+template struct PrivateSlots<&Plugin::OnTransportChanged, &Plugin::UpdateTransport>;
+
+TEST(Plugin, Its_operations_keep_their_slots) {
+    const std::vector<std::ptrdiff_t> slots{
+        virtualSlot(&Plugin::IsValid),
+        virtualSlot(&Plugin::GetFormat),
+        virtualSlot(&Plugin::GetIdentifier),
+        virtualSlot(&Plugin::GetName),
+        virtualSlot(&Plugin::GetNumPrograms),
+        virtualSlot(&Plugin::GetProgramName),
+        virtualSlot(&Plugin::SelectProgram),
+        virtualSlot(&Plugin::GetLatency),
+        virtualSlot(&Plugin::Idle),
+        virtualSlot(&Plugin::IsArchitectureSupported),
+        virtualSlot(&Plugin::HasEditor),
+        virtualSlot(&Plugin::GetEditorSize),
+        virtualSlot(&Plugin::IsEditorOpen),
+        virtualSlot(&Plugin::OpenEditor),
+        virtualSlot(&Plugin::CloseEditor),
+        virtualSlot(&Plugin::HasEditorResizeCallback),
+        virtualSlot(&Plugin::SetEditorResizeCallback),
+        virtualSlot(&Plugin::Reserved),
+        virtualSlot(&Plugin::GetNumParameters),
+        virtualSlot(&Plugin::GetParameterName),
+        virtualSlot(&Plugin::GetParameterInfo),
+        virtualSlot(&Plugin::GetParameterUnits),
+        virtualSlot(&Plugin::IsParameterQuantised),
+        virtualSlot(&Plugin::GetParameterDisplay),
+        virtualSlot(&Plugin::GetParameterValue),
+        virtualSlot(&Plugin::SetParameterValue),
+        virtualSlot(&Plugin::GetState),
+        virtualSlot(&Plugin::SetState),
+        virtualSlot(&Plugin::Reset),
+        virtualSlot(&Plugin::SupportsRealTime),
+        virtualSlot(&Plugin::Process),
+        virtualSlot(&Plugin::GetReportedDelay),
+        virtualSlot(&Plugin::ProcessEvents),
+        virtualSlot(&Plugin::SetTransport),
+        virtualSlot(&Plugin::SupportsRandomAccess),
+        virtualSlot(&Plugin::ProcessRandomAccess),
+    };
+    std::vector<std::ptrdiff_t> inOrder(36);
+    std::iota(inOrder.begin(), inOrder.end(), 0);
+    EXPECT_EQ(slots, inOrder);
+    // Between them stands the destructor, whose deleting form has a place of its own.
+    EXPECT_EQ(slotOfOnTransportChanged(), 38);
+    EXPECT_EQ(slotOfUpdateTransport(), 39);
+}
+
+TEST(Plugin, Its_records_hold_their_fields_in_order) {
+    EXPECT_EQ(offsetof(ParameterInfo, kind), 0u);
+    EXPECT_EQ(offsetof(ParameterInfo, minimum), 4u);
+    EXPECT_EQ(offsetof(ParameterInfo, maximum), 8u);
+    EXPECT_EQ(offsetof(ParameterInfo, steps), 12u);
+    EXPECT_EQ(sizeof(ParameterInfo), 16u);
+    EXPECT_EQ(offsetof(OptionalBool, value), 0u);
+    EXPECT_EQ(offsetof(OptionalBool, known), 1u);
+    EXPECT_EQ(offsetof(ProcessEvent, timeMs), 0u);
+    EXPECT_EQ(offsetof(ProcessEvent, status), 8u);
+    EXPECT_EQ(offsetof(ProcessEvent, channel), 9u);
+    EXPECT_EQ(offsetof(ProcessEvent, data1), 10u);
+    EXPECT_EQ(offsetof(ProcessEvent, data2), 11u);
+    EXPECT_EQ(offsetof(ProcessEvent, realtime), 12u);
+}
 
 TransportRecord mode(std::uint32_t value) {
     TransportRecord transport;
@@ -91,6 +182,19 @@ TEST(Plugin, The_same_mode_twice_resets_once) {
     plugin.SetTransport(mode(1));
     plugin.SetTransport(mode(1));
     EXPECT_EQ(plugin.notes, (Notes{"reset", "update", "update"}));
+}
+
+TEST(Plugin, A_new_mode_is_stored_after_the_reset_and_before_the_position_is_passed_on) {
+    BarePlugin plugin;
+    plugin.SetTransport(mode(1));
+    EXPECT_FALSE(plugin.modeAtReset.valid);
+    EXPECT_EQ(plugin.modeAtUpdate, checked_value(1u));
+    plugin.SetTransport(mode(2));
+    EXPECT_EQ(plugin.modeAtReset, checked_value(1u));
+    EXPECT_EQ(plugin.modeAtUpdate, checked_value(2u));
+    plugin.SetTransport({});
+    EXPECT_EQ(plugin.modeAtReset, checked_value(2u));
+    EXPECT_FALSE(plugin.modeAtUpdate.valid);
 }
 
 TEST(Plugin, The_first_transport_without_a_mode_changes_nothing) {
@@ -155,6 +259,23 @@ TEST(Plugin, Is_dirty_from_a_change_of_its_own_until_cleared) {
     EXPECT_TRUE(plugin.IsDirty());
     plugin.ClearDirty();
     EXPECT_FALSE(plugin.IsDirty());
+}
+
+TEST(Plugin, Its_operations_stand_in_their_published_order) {
+    EXPECT_EQ(
+        virtualSlots(
+            &Plugin::IsValid, &Plugin::GetFormat, &Plugin::GetIdentifier, &Plugin::GetName,
+            &Plugin::GetNumPrograms, &Plugin::GetProgramName, &Plugin::SelectProgram, &Plugin::GetLatency,
+            &Plugin::Idle, &Plugin::IsArchitectureSupported, &Plugin::HasEditor, &Plugin::GetEditorSize,
+            &Plugin::IsEditorOpen, &Plugin::OpenEditor, &Plugin::CloseEditor,
+            &Plugin::HasEditorResizeCallback, &Plugin::SetEditorResizeCallback, &Plugin::Reserved,
+            &Plugin::GetNumParameters, &Plugin::GetParameterName, &Plugin::GetParameterInfo,
+            &Plugin::GetParameterUnits, &Plugin::IsParameterQuantised, &Plugin::GetParameterDisplay,
+            &Plugin::GetParameterValue, &Plugin::SetParameterValue, &Plugin::GetState, &Plugin::SetState,
+            &Plugin::Reset, &Plugin::SupportsRealTime, &Plugin::Process, &Plugin::GetReportedDelay,
+            &Plugin::ProcessEvents, &Plugin::SetTransport, &Plugin::SupportsRandomAccess,
+            &Plugin::ProcessRandomAccess),
+        slotsFrom(0, 36));
 }
 
 } // namespace

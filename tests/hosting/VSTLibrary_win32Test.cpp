@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -84,6 +85,41 @@ TEST(VSTLibrary, A_name_outside_the_ANSI_code_page_is_read_too) {
     const String path =
         directory.Copy(EffectLibraryPath("no_entry.dll"), "\xE6\x97\xA5\xE6\x9C\xAC \xC3\xA4.dll");
     EXPECT_THAT(VSTLibrary::ReadMachineTypes(path), ElementsAre(MachineType::X86_64));
+}
+
+/// Makes a directory the process's current one for a while.
+class CurrentDirectory : private noncopyable {
+public:
+    explicit CurrentDirectory(const std::filesystem::path& path) : before_(std::filesystem::current_path()) {
+        std::filesystem::current_path(path);
+    }
+    ~CurrentDirectory() { std::filesystem::current_path(before_); }
+
+private:
+    std::filesystem::path before_;
+};
+
+TEST(VSTLibrary, A_file_of_the_same_name_in_the_current_directory_is_another) {
+    const TestDirectory here;
+    const TestDirectory there;
+    Bytes library = readAll(EffectLibraryPath("no_entry.dll"));
+    const String whole = there.Write("Same.dll", library);
+    library[headerOf(library) + 4] = 0x4C;
+    library[headerOf(library) + 5] = 0x01;
+    const String other = here.Write("Same.dll", library);
+    const CurrentDirectory inside(ToFilePath(other).parent_path());
+    EXPECT_THAT(VSTLibrary::ReadMachineTypes(whole), ElementsAre(MachineType::X86_64));
+    EXPECT_THAT(VSTLibrary::ReadMachineTypes(other), ElementsAre(MachineType::X86));
+}
+
+TEST(VSTLibrary, While_a_library_loads_the_system_shows_no_dialog) {
+    const UINT before = SetErrorMode(SEM_NOGPFAULTERRORBOX);
+    Util::Module library(EffectLibraryPath("error_mode.dll"));
+    ASSERT_TRUE(VSTLibrary::LoadQuietly(library));
+    SetErrorMode(before);
+    const auto seen = library.function<unsigned (*)()>("ErrorModeWhileLoading");
+    ASSERT_NE(seen, nullptr);
+    EXPECT_EQ(seen(), static_cast<UINT>(SEM_FAILCRITICALERRORS));
 }
 
 TEST(VSTLibrary, Loading_leaves_the_error_mode_as_it_was) {

@@ -1,4 +1,5 @@
 #include "hosting/FakeEffect.h"
+#include "hosting/ParentWindow_win32.h"
 #include "hosting/vst/VSTEditorWindow.h"
 
 #include <gmock/gmock.h>
@@ -18,36 +19,14 @@ using testing::ElementsAre;
 
 using Size = std::pair<std::uint32_t, std::uint32_t>;
 
-/// A top-level window for editors to stand in.
-class ParentWindow : private noncopyable {
-public:
-    ParentWindow()
-        : window_(CreateWindowExW(
-              0, L"STATIC", L"Parent", WS_OVERLAPPEDWINDOW, 0, 0, 800, 600, nullptr, nullptr,
-              GetModuleHandleW(nullptr), nullptr)) {}
-    ~ParentWindow() { Destroy(); }
-
-    void Destroy() {
-        if (window_ != nullptr) {
-            DestroyWindow(window_);
-        }
-        window_ = nullptr;
-    }
-
-    HWND Get() const { return window_; }
-    HWND Child() const { return GetWindow(window_, GW_CHILD); }
-
-private:
-    HWND window_;
-};
-
 struct EditorEffect : FakeEffect {
     ERect rectangle{0, 0, 200, 320};
+    bool denies = false;
 
     EditorEffect() {
         answers[effEditGetRect] = [this](const Call& call) {
             *static_cast<ERect**>(call.ptr) = &rectangle;
-            return VstIntPtr{1};
+            return VstIntPtr{denies ? 0 : 1};
         };
         AnswersText(effGetEffectName, "Editor \xC3\xA4");
     }
@@ -59,13 +38,6 @@ bool classExists() {
     return GetClassInfoExW(
                GetModuleHandleW(nullptr), VSTEditorWindow::ClassName().toNativeWide().c_str(),
                &description) != 0;
-}
-
-RECT placeInParent(HWND window) {
-    RECT place{};
-    GetWindowRect(window, &place);
-    MapWindowPoints(nullptr, GetParent(window), reinterpret_cast<POINT*>(&place), 2);
-    return place;
 }
 
 TEST(VSTPluginEditorWindow, Opens_as_a_child_of_its_size_and_place) {
@@ -233,6 +205,153 @@ TEST(VSTPluginEditorWindow, Without_a_callback_a_resize_is_not_looked_for) {
     EXPECT_TRUE(effect.CallsOf(effEditGetRect).empty());
     const RECT place = placeInParent(parent.Child());
     EXPECT_EQ(place.right - place.left, 320);
+}
+
+TEST(VSTPluginEditorWindow, A_resize_stands_before_it_is_told_and_is_told_once) {
+    ParentWindow parent;
+    EditorEffect effect;
+    auto plugin = HostEffect(effect);
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    struct Told {
+        Tarvik::VSTPlugin& plugin;
+        HWND window;
+        std::vector<LONG> widths;
+    } told{*plugin, parent.Child(), {}};
+    plugin->SetEditorResizeCallback(
+        [](void* context, std::uint32_t, std::uint32_t) {
+            auto& here = *static_cast<Told*>(context);
+            const RECT place = placeInParent(here.window);
+            here.widths.push_back(place.right - place.left);
+            // What was not stored yet would be found, and told, again.
+            if (here.widths.size() == 1) {
+                here.plugin.Idle();
+            }
+        },
+        &told);
+    effect.rectangle = {0, 0, 300, 400};
+    plugin->Idle();
+    EXPECT_THAT(told.widths, ElementsAre(400));
+}
+
+/// What is about to happen to a window, as the system asks it beforehand.
+std::vector<UINT> positionFlags;
+WNDPROC formerProcedure = nullptr;
+
+LRESULT CALLBACK noteFlags(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_WINDOWPOSCHANGING) {
+        positionFlags.push_back(reinterpret_cast<const WINDOWPOS*>(lParam)->flags);
+    }
+    return CallWindowProcW(formerProcedure, window, message, wParam, lParam);
+}
+
+TEST(VSTPluginEditorWindow, A_resize_neither_moves_nor_raises_nor_activates_the_window) {
+    ParentWindow parent;
+    EditorEffect effect;
+    EditorEffect onTop;
+    auto plugin = HostEffect(effect);
+    auto other = HostEffect(onTop);
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    const HWND child = parent.Child();
+    ASSERT_TRUE(other->OpenEditor(parent.Get(), 0, 0));
+    const HWND sibling = GetWindow(child, GW_HWNDNEXT) != nullptr ? GetWindow(child, GW_HWNDNEXT)
+                                                                  : GetWindow(child, GW_HWNDPREV);
+    SetWindowPos(sibling, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    ASSERT_EQ(parent.Child(), sibling);
+    plugin->SetEditorResizeCallback([](void*, std::uint32_t, std::uint32_t) {}, nullptr);
+    effect.rectangle = {0, 0, 300, 400};
+    positionFlags.clear();
+    formerProcedure = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrW(child, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&noteFlags)));
+    plugin->Idle();
+    ASSERT_EQ(positionFlags.size(), 1u);
+    EXPECT_EQ(positionFlags[0] & 0x17u, 0x16u);
+    EXPECT_EQ(parent.Child(), sibling);
+}
+
+TEST(VSTPluginEditorWindow, A_size_that_is_not_believed_leaves_the_window_as_it_is) {
+    ParentWindow parent;
+    EditorEffect effect;
+    auto plugin = HostEffect(effect);
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    std::vector<Size> told;
+    plugin->SetEditorResizeCallback(
+        [](void* context, std::uint32_t width, std::uint32_t height) {
+            static_cast<std::vector<Size>*>(context)->emplace_back(width, height);
+        },
+        &told);
+    effect.denies = true;
+    effect.rectangle = {0, 0, 1500, 1500};
+    plugin->Idle();
+    EXPECT_TRUE(told.empty());
+    const RECT place = placeInParent(parent.Child());
+    EXPECT_EQ(place.right - place.left, 320);
+    EXPECT_EQ(place.bottom - place.top, 200);
+}
+
+TEST(VSTPluginEditorWindow, An_editor_of_no_believable_size_opens_empty_and_grows_with_the_first_that_is) {
+    ParentWindow parent;
+    EditorEffect effect;
+    effect.denies = true;
+    effect.rectangle = {0, 0, 1500, 1500};
+    auto plugin = HostEffect(effect);
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    RECT place = placeInParent(parent.Child());
+    EXPECT_EQ(place.right - place.left, 0);
+    EXPECT_EQ(place.bottom - place.top, 0);
+    effect.rectangle = {0, 0, 300, 400};
+    plugin->SetEditorResizeCallback([](void*, std::uint32_t, std::uint32_t) {}, nullptr);
+    plugin->Idle();
+    place = placeInParent(parent.Child());
+    EXPECT_EQ(place.right - place.left, 400);
+    EXPECT_EQ(place.bottom - place.top, 300);
+}
+
+TEST(VSTPluginEditorWindow, An_editor_is_not_open_before_the_effect_has_opened_it) {
+    ParentWindow parent;
+    EditorEffect effect;
+    auto plugin = HostEffect(effect);
+    bool openAlready = true;
+    VstIntPtr answer = -1;
+    effect.answers[effEditOpen] = [&](const FakeEffect::Call&) {
+        openAlready = plugin->IsEditorOpen();
+        answer = effect.AskHost(audioMasterIdle);
+        return VstIntPtr{1};
+    };
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    EXPECT_FALSE(openAlready);
+    EXPECT_EQ(answer, 0);
+    EXPECT_TRUE(effect.CallsOf(effEditIdle).empty());
+}
+
+TEST(VSTPluginEditorWindow, An_effect_that_throws_while_opening_leaves_nothing_behind_and_may_open_later) {
+    ParentWindow parent;
+    for (const VstInt32 opcode : {effEditGetRect, effGetEffectName, effEditOpen}) {
+        EditorEffect effect;
+        auto plugin = HostEffect(effect);
+        const FakeEffect::Answer works = effect.answers[opcode];
+        effect.answers[opcode] = [](const FakeEffect::Call&) -> VstIntPtr { throw 1; };
+        EXPECT_FALSE(plugin->OpenEditor(parent.Get(), 0, 0)) << opcode;
+        EXPECT_FALSE(plugin->IsEditorOpen());
+        EXPECT_EQ(parent.Child(), nullptr) << opcode;
+        EXPECT_FALSE(classExists()) << opcode;
+        plugin->CloseEditor();
+        EXPECT_TRUE(effect.CallsOf(effEditClose).empty());
+        effect.answers[opcode] = works ? works : [](const FakeEffect::Call&) { return VstIntPtr{1}; };
+        EXPECT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0)) << opcode;
+        EXPECT_NE(parent.Child(), nullptr) << opcode;
+    }
+}
+
+TEST(VSTPluginEditorWindow, An_effect_that_throws_while_closing_is_closed_all_the_same) {
+    ParentWindow parent;
+    EditorEffect effect;
+    effect.answers[effEditClose] = [](const FakeEffect::Call&) -> VstIntPtr { throw 1; };
+    auto plugin = HostEffect(effect);
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    plugin->CloseEditor();
+    EXPECT_FALSE(plugin->IsEditorOpen());
+    EXPECT_EQ(parent.Child(), nullptr);
+    EXPECT_FALSE(classExists());
 }
 
 TEST(VSTPluginEditorWindow, Messages_go_to_the_systems_default) {

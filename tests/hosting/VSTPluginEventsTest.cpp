@@ -1,5 +1,5 @@
-#include "hosting/AllocationCount.h"
 #include "hosting/FakeEffect.h"
+#include "support/AllocationCount.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "hosting/FakeEffect.h"
-#include "hosting/vst/ForeignCall.h"
+#include "hosting/ForeignCall.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <stdexcept>
+#include <vector>
 
 namespace {
 
@@ -22,6 +23,13 @@ void throwLikeMicrosoft() {
 
 TEST(ForeignCall, Gives_back_what_the_call_gives) {
     EXPECT_EQ(callForeign([] { return 42; }), 42);
+}
+
+TEST(ForeignCall, Calls_what_gives_nothing_back) {
+    int calls = 0;
+    callForeign([&] { ++calls; });
+    EXPECT_EQ(calls, 1);
+    EXPECT_THROW(callForeign([] { throwLikeMicrosoft(); }), ForeignException);
 }
 
 TEST(ForeignCall, Turns_an_exception_of_another_compiler_into_its_own) {
@@ -69,8 +77,12 @@ TEST(VSTPluginLoad, An_exception_of_another_compilers_entry_point_leaves_an_inva
 }
 
 TEST(VSTPluginLoad, An_exception_of_another_compiler_in_a_later_step_clears_the_effect) {
-    for (const VstInt32 opcode : {effOpen, effGetVstVersion, effGetPlugCategory, effMainsChanged}) {
+    for (const VstInt32 opcode :
+         {effOpen, effGetVstVersion, effGetPlugCategory, effSetBlockSize, effSetSampleRate, effConnectOutput,
+          effMainsChanged, effGetProgram, effSetProgram, effGetProgramName, effGetChunk}) {
         FakeEffect effect;
+        effect.abi.numPrograms = 2;
+        effect.abi.flags |= effFlagsProgramChunks;
         effect.answers[opcode] = [](const FakeEffect::Call&) -> VstIntPtr {
             throwLikeMicrosoft();
             return 0;
@@ -80,6 +92,54 @@ TEST(VSTPluginLoad, An_exception_of_another_compiler_in_a_later_step_clears_the_
         plugin.reset();
         EXPECT_THAT(effect.Opcodes(), Not(Contains(effClose))) << opcode;
     }
+}
+
+TEST(VSTPluginLoad, An_exception_of_another_compiler_while_a_programs_parameters_are_read_clears_the_effect) {
+    FakeEffect effect;
+    effect.abi.numPrograms = 2;
+    effect.SetParameters({0.5f});
+    effect.atGetParameter = throwLikeMicrosoft;
+    auto plugin = HostEffect(effect);
+    EXPECT_FALSE(plugin->IsValid());
+    plugin.reset();
+    EXPECT_THAT(effect.Opcodes(), Not(Contains(effClose)));
+}
+
+TEST(VSTPluginAudio, An_exception_of_another_compiler_goes_no_further_than_the_audio_operations) {
+    FakeEffect effect;
+    auto plugin = HostEffect(effect);
+    effect.process = [](float**, float** outputs, VstInt32) {
+        outputs[0][0] = 7.0f;
+        throwLikeMicrosoft();
+    };
+    for (const VstInt32 opcode : {effMainsChanged, effProcessEvents}) {
+        effect.answers[opcode] = [](const FakeEffect::Call&) -> VstIntPtr {
+            throwLikeMicrosoft();
+            return 0;
+        };
+    }
+    effect.calls.clear();
+    float left = 1.0f;
+    float right = 2.0f;
+    float* channels[] = {&left, &right};
+    plugin->Process(1, 2, channels);
+    EXPECT_EQ(left, 1.0f);
+    EXPECT_EQ(right, 2.0f);
+    plugin->Reset();
+    const Tarvik::ProcessEvent event{};
+    plugin->ProcessEvents(1, &event);
+    EXPECT_EQ(effect.Opcodes(), (std::vector<VstInt32>{effMainsChanged, effMainsChanged, effProcessEvents}));
+}
+
+TEST(VSTPluginState, An_exception_of_another_compiler_in_a_parameter_call_is_one_of_the_hosts_own) {
+    FakeEffect effect;
+    effect.SetParameters({0.5f});
+    auto plugin = HostEffect(effect);
+    effect.atGetParameter = throwLikeMicrosoft;
+    effect.atSetParameter = throwLikeMicrosoft;
+    EXPECT_THROW(plugin->GetParameterValue(0, 0), ForeignException);
+    EXPECT_THROW(plugin->SetParameterValue(0, 0, 1.0f), ForeignException);
+    EXPECT_TRUE(plugin->IsValid());
 }
 
 } // namespace

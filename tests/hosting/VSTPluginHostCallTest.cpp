@@ -6,7 +6,6 @@
 #include <cstring>
 #include <limits>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -113,16 +112,6 @@ TEST(VSTPluginHostCall, An_unknown_effect_is_taken_for_the_one_being_loaded) {
     EXPECT_EQ(nullRate, 0);
     AEffect stranger{};
     EXPECT_EQ(effect.host(&stranger, audioMasterGetSampleRate, 0, 0, nullptr, 0.0f), 0);
-}
-
-TEST(VSTPluginHostCall, A_vendor_specific_call_from_an_unknown_effect_is_never_passed_on) {
-    FakeEffect first;
-    auto one = HostEffect(first);
-    FakeEffect second;
-    VstIntPtr answer = -1;
-    second.atEntry = [&] { answer = second.AskHost(audioMasterVendorSpecific); };
-    auto two = HostEffect(second);
-    EXPECT_EQ(answer, 0);
 }
 
 TEST(VSTPluginHostCall, Automation_makes_the_plugin_dirty) {
@@ -317,30 +306,6 @@ TEST(VSTPluginHostCall, Everything_else_is_answered_0_and_asks_the_effect_nothin
     }
     EXPECT_TRUE(effect.calls.empty());
     EXPECT_FALSE(plugin->IsDirty());
-}
-
-TEST(VSTPluginHostCall, Effects_call_from_other_threads) {
-    FakeEffect effect;
-    auto plugin = HostEffect(effect);
-    std::thread caller([&] {
-        for (int round = 0; round < 1000; ++round) {
-            effect.AskHost(audioMasterAutomate);
-            effect.AskHost(audioMasterNeedIdle);
-            std::array<char, 64> name{};
-            effect.AskHost(audioMasterGetVendorString, 0, 0, name.data());
-            AEffect stranger{};
-            effect.host(&stranger, audioMasterGetTime, 0, 0, nullptr, 0.0f);
-        }
-    });
-    while (!plugin->IsDirty()) {
-        std::this_thread::yield();
-    }
-    for (int round = 0; round < 100; ++round) {
-        FakeEffect other;
-        HostEffect(other, {.vendor = "Another"});
-    }
-    caller.join();
-    EXPECT_TRUE(plugin->IsDirty());
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -249,48 +248,6 @@ TEST(VSTPluginLoad, A_library_loads_from_a_path_of_spaces_foreign_letters_and_co
         EXPECT_TRUE(plugin->IsArchitectureSupported()) << name;
         EXPECT_EQ(plugin->GetName().toStdString() + ".dll", name);
     }
-}
-
-TEST(VSTPluginLoad, An_exception_of_the_entry_point_leaves_an_invalid_object) {
-    FakeEffect effect;
-    effect.atEntry = [] { throw std::runtime_error("vice"); };
-    auto plugin = HostEffect(effect);
-    EXPECT_FALSE(plugin->IsValid());
-    EXPECT_TRUE(effect.calls.empty());
-}
-
-TEST(VSTPluginLoad, After_an_exception_of_the_entry_point_no_effect_is_being_loaded) {
-    FakeEffect throws;
-    throws.atEntry = [] { throw 1; };
-    auto plugin = HostEffect(throws);
-    AEffect stranger{};
-    EXPECT_EQ(throws.host(&stranger, audioMasterGetSampleRate, 0, 0, nullptr, 0.0f), 0);
-    // And its lock is free: another entry point runs.
-    FakeEffect next;
-    EXPECT_TRUE(HostEffect(next)->IsValid());
-}
-
-TEST(VSTPluginLoad, An_exception_of_any_later_step_clears_the_effect_without_closing_it) {
-    for (const VstInt32 opcode :
-         {effOpen, effGetVstVersion, effGetPlugCategory, effSetBlockSize, effSetSampleRate, effConnectOutput,
-          effMainsChanged, effGetProgram, effSetProgram, effGetProgramName}) {
-        FakeEffect effect;
-        effect.abi.numPrograms = 2;
-        effect.answers[opcode] = [](const FakeEffect::Call&) -> VstIntPtr { throw std::bad_alloc(); };
-        auto plugin = HostEffect(effect);
-        EXPECT_FALSE(plugin->IsValid()) << opcode;
-        plugin.reset();
-        EXPECT_THAT(effect.Opcodes(), Not(Contains(effClose))) << opcode;
-    }
-}
-
-TEST(VSTPluginLoad, An_exception_while_being_rejected_leaves_an_invalid_object) {
-    FakeEffect effect;
-    effect.abi.flags = 0;
-    effect.answers[effClose] = [](const FakeEffect::Call&) -> VstIntPtr { throw 1; };
-    auto plugin = HostEffect(effect);
-    EXPECT_FALSE(plugin->IsValid());
-    EXPECT_EQ(effect.CallsOf(effClose).size(), 1u);
 }
 
 TEST(VSTPluginLoad, The_effect_is_closed_once_and_at_the_end) {

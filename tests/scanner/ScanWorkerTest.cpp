@@ -1,60 +1,22 @@
 #include "scanner/ScanWorker.h"
 
-#include "protocol/ScanReport.h"
-#include "protocol/WorkItem.h"
+#include "scanner/TestWorker.h"
+#include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
+#include <type_traits>
 
 using namespace Tarvik;
 
 namespace {
-
-using Frames = std::vector<std::string>;
-
-constexpr float shortTimeoutSeconds = 0.05f;
-constexpr float generousTimeoutSeconds = 20.0f;
-
-/// A worker whose scan is the test's, and which shows its fields.
-class TestWorker : public ScanWorker {
-public:
-    using ScanWorker::context;
-    using ScanWorker::endpoint;
-    using ScanWorker::hostProduct;
-    using ScanWorker::hostVendor;
-    using ScanWorker::knownPlugins;
-    using ScanWorker::pluginName;
-    using ScanWorker::ScanWorker;
-    using ScanWorker::workItem;
-
-    std::function<std::int32_t(TestWorker&)> scan = [](TestWorker&) { return ScanResultUnconfirmed; };
-    float timeoutSeconds = generousTimeoutSeconds;
-    int scans = 0;
-    int waits = 0;
-    /// The scan's and the waits' order.
-    std::string steps;
-
-protected:
-    std::int32_t Scan() override {
-        ++scans;
-        steps += 's';
-        return scan(*this);
-    }
-    float GetReplyTimeoutSeconds() override { return timeoutSeconds; }
-    bool WaitForReply(zmq::socket_t& socket) override {
-        ++waits;
-        steps += 'w';
-        return ScanWorker::WaitForReply(socket);
-    }
-};
 
 /// Answers with what every worker inherits.
 class DefaultWorker : public ScanWorker {
@@ -65,66 +27,6 @@ public:
 protected:
     std::int32_t Scan() override { return ScanResultUnconfirmed; }
 };
-
-/// A REP socket that the worker reaches without a network.
-class Parent {
-public:
-    explicit Parent(const char* where = "inproc://parent") : socket_(*context, zmq::socket_type::rep) {
-        socket_.set(zmq::sockopt::linger, 0);
-        socket_.set(zmq::sockopt::rcvtimeo, 20000);
-        socket_.bind(where);
-        endpoint = socket_.get(zmq::sockopt::last_endpoint);
-    }
-
-    Frames receive() {
-        Frames frames;
-        zmq::message_t message;
-        do {
-            if (!socket_.recv(message)) {
-                ADD_FAILURE() << "the worker said nothing";
-                return frames;
-            }
-            frames.push_back(message.to_string());
-        } while (message.more());
-        return frames;
-    }
-
-    /// Nothing has come, and with the worker gone nothing will.
-    bool isSilent() {
-        zmq::pollitem_t item{socket_.handle(), 0, ZMQ_POLLIN, 0};
-        return zmq::poll(&item, 1, std::chrono::milliseconds(20)) == 0;
-    }
-
-    void send(const Frames& frames) {
-        for (std::size_t i = 0; i < frames.size(); ++i) {
-            const bool last = i + 1 == frames.size();
-            socket_.send(zmq::buffer(frames[i]), last ? zmq::send_flags::none : zmq::send_flags::sndmore);
-        }
-    }
-
-    std::shared_ptr<zmq::context_t> context = std::make_shared<zmq::context_t>();
-    std::string endpoint;
-
-private:
-    zmq::socket_t socket_;
-};
-
-std::string bytesOf(const msgpack::sbuffer& buffer) {
-    return std::string(buffer.data(), buffer.size());
-}
-
-std::string body(const char* identifier) {
-    WorkItem item;
-    item.identifier.FromString(identifier);
-    item.hostVendor = "Vendor";
-    item.hostProduct = "Product";
-    item.knownPlugins.insert(PluginIdentifier::ForVST("C:/B.dll", 7));
-    return bytesOf(EncodeWorkItem(item));
-}
-
-ScanReport decodeReport(const std::string& bytes) {
-    return DecodeScanReport(bytes.data(), bytes.size()).value;
-}
 
 /// Runs the exchange with a parent that sends this reply. Expects no scan, no report, and a normal return.
 void expectGivesUpOn(const Frames& reply, const std::string& what) {
@@ -305,35 +207,6 @@ TEST(ScanWorker, Random_bodies_scan_or_are_given_up) {
     }
 }
 
-TEST(ScanWorker, An_exception_from_the_scan_ends_the_exchange_without_a_report) {
-    Parent parent;
-    TestWorker worker(parent.context, parent.endpoint.c_str());
-    worker.scan = [](TestWorker&) -> std::int32_t { throw std::runtime_error("broken plug-in"); };
-    std::thread running([&worker] { worker.Run(); });
-    parent.receive();
-    parent.send({"SCAN_WORKREPLY", "\x90"});
-    running.join();
-    EXPECT_EQ(worker.steps, "ws");
-    EXPECT_TRUE(parent.isSilent());
-}
-
-TEST(ScanWorker, An_unusable_endpoint_ends_the_exchange_before_it_begins) {
-    for (const char* endpoint :
-         {"", "nonsense", "foo://127.0.0.1:1", "tcp://", "tcp://127.0.0.1", "tcp://127.0.0.1:notaport"}) {
-        TestWorker worker(std::make_shared<zmq::context_t>(), endpoint);
-        worker.Run();
-        EXPECT_EQ(worker.waits, 0) << endpoint;
-    }
-}
-
-TEST(ScanWorker, A_context_that_has_ended_ends_the_exchange) {
-    const auto context = std::make_shared<zmq::context_t>();
-    context->shutdown();
-    TestWorker worker(context, "inproc://parent");
-    worker.Run();
-    EXPECT_EQ(worker.waits, 0);
-}
-
 TEST(ScanWorker, A_text_that_does_not_parse_is_scanned_as_None) {
     Parent parent;
     TestWorker worker(parent.context, parent.endpoint.c_str());
@@ -345,4 +218,33 @@ TEST(ScanWorker, A_text_that_does_not_parse_is_scanned_as_None) {
     parent.send({""});
     running.join();
     EXPECT_EQ(worker.scans, 1);
+}
+
+// The layout that the declaration promises.
+
+TEST(ScanWorker, Its_operations_stand_in_this_order) {
+    class Opened : public ScanWorker {
+    public:
+        static auto scan() { return &Opened::Scan; }
+        static auto timeout() { return &Opened::GetReplyTimeoutSeconds; }
+        static auto handle() { return &Opened::HandleReply; }
+        static auto wait() { return &Opened::WaitForReply; }
+    };
+    EXPECT_EQ(
+        virtualSlots(Opened::scan(), Opened::timeout(), Opened::handle(), Opened::wait()),
+        slotsFrom(destructorSlots, 4));
+}
+
+TEST(ScanWorker, Its_fields_stand_in_this_order) {
+    const TestWorker worker(std::make_shared<zmq::context_t>(), "");
+    const void* const fields[] = {&worker.context,    &worker.endpoint,    &worker.workItem,
+                                  &worker.hostVendor, &worker.hostProduct, &worker.knownPlugins,
+                                  &worker.pluginName};
+    EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields), std::less<const void*>()));
+}
+
+TEST(ScanWorker, That_it_cannot_be_copied_is_its_own_affair) {
+    static_assert(std::is_base_of_v<noncopyable, ScanWorker>);
+    static_assert(!std::is_convertible_v<ScanWorker*, noncopyable*>);
+    static_assert(!std::is_copy_constructible_v<TestWorker>);
 }

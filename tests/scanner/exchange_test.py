@@ -3,6 +3,7 @@
 Run by run.py, which runs the tests of a class side by side. None of these needs a plug-in.
 """
 
+import os
 import random
 import re
 import socket
@@ -91,6 +92,8 @@ class CommandLine(Case):
             self.assertIn(code, (1, 2))
             if code == 2:
                 self.assertGreater(scanner.seconds, peer.WATCHDOG - 2)
+            else:
+                self.assertLess(scanner.seconds, peer.SLACK)
 
     def test_No_argument_is_refused(self):
         self.wrong_count()
@@ -139,6 +142,44 @@ class CommandLine(Case):
             parent.receive_report()
             parent.acknowledge()
             self.assertEqual(scanner.wait(), 0)
+
+
+# --- Status of the static set-up
+
+
+class StartupStatus(Case):
+    # Of a second scanner, which takes its status from its environment: nothing sets it in the delivered one.
+
+    def run_with(self, status, endpoint):
+        path = os.environ.get(
+            "TARVIK_SCANNER_WITH_STARTUP_STATUS", peer.ROOT / "build/windows/bin/scanner_with_startup_status.exe"
+        )
+        return peer.Process([*peer.wine_command(), str(path), endpoint], TARVIK_TEST_STARTUP_STATUS=str(status))
+
+    def ends(self, status, code):
+        with Parent() as parent, self.run_with(status, parent.endpoint) as scanner:
+            self.assertEqual(scanner.wait(peer.SLACK), code)
+            self.assertTrue(parent.silent(0.2))
+
+    def goes_on(self, status):
+        with Parent() as parent, self.run_with(status, parent.endpoint) as scanner:
+            self.assertEqual(parent.receive_request(), [peer.WORK_REQUEST])
+            parent.send_work_item("None")
+            parent.receive_report()
+            parent.acknowledge()
+            self.assertEqual(scanner.wait(), 0)
+
+    def test_Status_0_goes_on(self):
+        self.goes_on(0)
+
+    def test_Status_20_goes_on(self):
+        self.goes_on(20)
+
+    def test_Any_other_status_ends_the_process_with_that_code_before_it_has_begun(self):
+        # Of the exit code this side sees the lowest eight bits.
+        for status, code in ((1, 1), (5, 5), (19, 19), (21, 21), (-1, 255)):
+            with self.subTest(status):
+                self.ends(status, code)
 
 
 # --- Time-outs
@@ -271,7 +312,10 @@ class Wire(Case):
                 parent.send_work_item("None")
                 parent.receive_report()
                 parent.send(*acknowledgement)
+                sent = time.monotonic()
                 self.assertEqual(scanner.wait(), 0)
+                # It ended the wait all the same.
+                self.assertLess(time.monotonic() - sent, 5)
 
 
 # --- Identifiers

@@ -39,6 +39,7 @@ RESULTS = {
     "LongName": peer.EFFECT,
     "NonUtf8Name": peer.EFFECT,
     "IdentifierInHex": peer.EFFECT,
+    "CommaInIdentifier": peer.EFFECT,
     "NoIdentifier": peer.EFFECT,
     "Chunks": peer.EFFECT,
     "ParameterState": peer.EFFECT,
@@ -51,6 +52,7 @@ RESULTS = {
     "EditorThatResizesItself": peer.EFFECT,
     "AsksEveryHostOpcode": peer.EFFECT,
     "RecordsEveryOpcode": peer.EFFECT,
+    "RecordsItsProcess": peer.EFFECT,
     "MissingImport": peer.UNCONFIRMED,
 }
 NAMES = {
@@ -59,7 +61,12 @@ NAMES = {
     "NonUtf8Name": b"Caf\xe9 Fl\xfcgel",
     "OnlyMain": b"Only main",
 }
-IDENTIFIERS = {"Effect": "'Efct'", "IdentifierInHex": "0x00636261", "NoIdentifier": "0x00000000"}
+IDENTIFIERS = {
+    "Effect": "'Efct'",
+    "IdentifierInHex": "0x00636261",
+    "CommaInIdentifier": "'A,B1'",
+    "NoIdentifier": "0x00000000",
+}
 
 # By name below odd/: what the scan must say. The text form of an identifier cannot carry a comma, and so that one is
 # not looked at here.
@@ -215,6 +222,10 @@ class Recorded(unittest.TestCase):
                 )
             ],
         )
+
+    def test_The_process_shows_no_dialog_of_a_crash_and_has_OLE_on_the_plug_ins_thread(self):
+        # SEM_NOGPFAULTERRORBOX, added to the none that a process begins with; S_FALSE: initialised already.
+        self.assertEqual(self.record_of("RecordsItsProcess"), ["errorMode 2", "ole 00000001"])
 
     def answers(self, lines):
         """(when, effect, opcode, index, value, pointer) -> (answer, written text, overrun)"""

@@ -31,6 +31,11 @@ T readValue(Util::ByteStream& stream) {
 template<class Handle>
 using ValueOf = std::decay_t<decltype(std::declval<const Handle&>().Get(0))>;
 
+/// Of a parameter's value in a state.
+constexpr auto storedSize = []<class Handle>(const Handle&) -> std::uint32_t {
+    return std::is_same_v<ValueOf<Handle>, bool> ? 1 : 4;
+};
+
 } // namespace
 
 ElementPlugin::ElementPlugin(float rate, std::uint32_t layout, DSP::ElementHost* host)
@@ -110,7 +115,7 @@ ParameterInfo ElementPlugin::GetParameterInfo(std::uint32_t index) const {
     if (index >= parameters.entries.size()) {
         return noParameter;
     }
-    const DSP::ParamHandle& entry = parameters.entries[index];
+    const ElementParamRef& entry = parameters.entries[index];
     return std::visit(
         [&entry]<class Handle>(const Handle& handle) {
             const auto range = handle.GetRange();
@@ -183,7 +188,12 @@ void ElementPlugin::GetState(std::int32_t stream, std::vector<std::uint8_t>& sta
     const auto side = static_cast<std::uint32_t>(stream);
     try {
         Util::ByteStream bytes;
-        for (const DSP::ParamHandle& entry : parameters.entries) {
+        std::uint32_t size = 0;
+        for (const ElementParamRef& entry : parameters.entries) {
+            size += std::visit(storedSize, entry);
+        }
+        bytes.reserve(size);
+        for (const ElementParamRef& entry : parameters.entries) {
             std::visit([&bytes, side](const auto& handle) { bytes.write(handle.Get(side)); }, entry);
         }
         const std::uint32_t extraSize = element->GetExtraBytesSize();
@@ -208,7 +218,8 @@ bool ElementPlugin::SetState(std::uint32_t stream, std::uint32_t size, const voi
         Util::ByteStream bytes(std::vector<std::uint8_t>(first, first + size));
         // Everything is read before anything is set, so that a state cut short changes nothing.
         std::vector<DSP::ParamValue> values;
-        for (const DSP::ParamHandle& entry : parameters.entries) {
+        values.reserve(parameters.entries.size());
+        for (const ElementParamRef& entry : parameters.entries) {
             values.push_back(std::visit(
                 [&bytes]<class Handle>(const Handle&) {
                     return DSP::ParamValue(readValue<ValueOf<Handle>>(bytes));

@@ -18,6 +18,9 @@ class Module;
 
 namespace Tarvik {
 
+/// A parameter of an element: a number, a switch, or a choice, which carries every whole number.
+using ElementParamRef = DSP::ParamHandle;
+
 /// A DSP element as a plug-in, by forwarding. The base of the formats whose plug-ins are elements; it has no
 /// editor of its own. Parameters are the element's, in the order of their names; a parameter's stream is the
 /// side of its value (0 audio, 1 control).
@@ -79,7 +82,7 @@ protected:
 private:
     struct ParameterTable {
         std::vector<String> names;
-        std::vector<DSP::ParamHandle> entries;
+        std::vector<ElementParamRef> entries;
     };
 
     void UpdateTransport(const DSP::TransportRecord& transport) override;

@@ -56,6 +56,9 @@ using EditorResizeCallback = void (*)(void* context, std::uint32_t width, std::u
 /// IsValid() false and is deleted by its creator at once. Its sample rate and layout never change: a change
 /// means a new object.
 ///
+/// What is marked [audio], and Reset, throws nothing: an adapter drops what its plug-in's code throws there,
+/// and leaves the block as it was.
+///
 /// The class takes no lock. Who replaces the object while audio runs holds a lock of his own around both.
 /// Unless an operation says otherwise it belongs to the control side: [main].
 class Plugin : private noncopyable {
@@ -110,7 +113,8 @@ public:
 
     /// The plug-in's whole state replaces what `state` holds.
     virtual void GetState(std::int32_t stream, std::vector<std::uint8_t>& state) const = 0;
-    /// False when the bytes are no state of this plug-in; then nothing has changed.
+    /// False when the bytes are known to be no state of this plug-in; then nothing has changed. What only the
+    /// plug-in can tell, as with chunks of a form of its own, is handed to it and true.
     virtual bool SetState(std::uint32_t stream, std::uint32_t size, const void* data) = 0;
 
     /// Clears the internal audio state. Never while Process runs.

@@ -41,6 +41,7 @@ PluginHost::PluginHost(
 }
 
 PluginHost::~PluginHost() {
+    const std::lock_guard lock(pluginLock);
     instantiator->Destroy(this);
 }
 
@@ -97,9 +98,16 @@ void PluginHost::SetPluginDescription(const String& description) {
 }
 
 void PluginHost::InstantiatePlugin(PluginInstantiator*) {
-    // The other formats have no adapter here: nothing is attempted, and the status stays unset.
-    if (identifier.format == PluginFormat::VST) {
+    switch (identifier.format) {
+    case PluginFormat::VST:
         InstantiateVST();
+        break;
+    case PluginFormat::DirectX:
+        InstantiateDirectX();
+        break;
+    default:
+        // The other formats have no adapter here: nothing is attempted, and the status stays unset.
+        break;
     }
 }
 
@@ -119,7 +127,8 @@ void PluginHost::InstantiateVST() {
     const auto blockSize = checked_value<std::int32_t>(static_cast<std::int32_t>(GetMaxBlockSize()));
     auto vst = std::make_unique<VSTPlugin>(
         path, GetSampleRate(), GetChannelLayout(), scanOnly, blockSize, hostVendor, hostProduct);
-    const OptionalBool hasEditor = vst->HasEditor();
+    // Also where the new one turns out to be unusable: a plug-in never stands beside a failure.
+    plugin.reset();
     if (vst->IsValid()) {
         instantiationStatus = InstantiationOK;
         plugin = std::move(vst);
@@ -127,7 +136,7 @@ void PluginHost::InstantiateVST() {
         instantiationStatus = InstantiationCoreLibrary;
     } else if (vst->AskedForShellCategory()) {
         instantiationStatus = InstantiationShell;
-    } else if (hasEditor.known && !hasEditor.value) {
+    } else if (const OptionalBool hasEditor = vst->HasEditor(); hasEditor.known && !hasEditor.value) {
         instantiationStatus = InstantiationNoEditor;
     } else if (!vst->IsArchitectureSupported()) {
         instantiationStatus = InstantiationWrongArchitecture;
@@ -139,7 +148,7 @@ void PluginHost::InstantiateVST() {
 
 void PluginHost::DestroyPlugin(PluginInstantiator*) {
     // Cleared first: what the plug-in does while it goes finds none.
-    std::unique_ptr<Plugin> going = std::move(plugin);
+    const std::shared_ptr<Plugin> going = std::move(plugin);
 }
 
 std::vector<std::uint8_t> PluginHost::State() const {
@@ -239,9 +248,15 @@ void PluginHost::OnIdle() {
     if (plugin == nullptr) {
         return;
     }
+    // What the plug-in does meanwhile, and who listens to the parameter, may exchange the plug-in or end this
+    // host. An address would not tell: the next plug-in may stand where this one stood.
+    const std::weak_ptr<Plugin> told = plugin;
     plugin->Idle();
-    if (plugin->IsDirty()) {
-        SetParam(DSP::ParamSide::control, dirtyFlagIndex, dirtyGenerator.Next());
+    if (told.expired() || !plugin->IsDirty()) {
+        return;
+    }
+    SetParam(DSP::ParamSide::control, dirtyFlagIndex, dirtyGenerator.Next());
+    if (!told.expired()) {
         plugin->ClearDirty();
     }
 }

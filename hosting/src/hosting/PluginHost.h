@@ -29,7 +29,9 @@ public:
 ///
 /// Threads. The plug-in lock orders the control thread's ChangePlugin and the audio thread's ProcessAudio:
 /// the control thread waits, the audio thread only tries and leaves the block as it is. State, idle and
-/// latency do not take it and belong to the control thread.
+/// latency do not take it and belong to the control thread. One exception has to be kept in order by whoever
+/// owns the host: with the dry path on, Process asks for the latency as well, so then a plug-in is exchanged
+/// only while audio is kept out.
 class PluginHost final : public DSP::ElementDispatcher, private PluginInstantiatorHandler {
 public:
     /// host and instantiator: borrowed, outlive this object. hostVendor, hostProduct: what plug-ins are told
@@ -87,10 +89,12 @@ private:
     void InstantiatePlugin(PluginInstantiator* by) override;
     void DestroyPlugin(PluginInstantiator* by) override;
     void InstantiateVST();
+    /// Nothing, on a platform without such plug-ins: the status stays unset.
+    void InstantiateDirectX();
     std::vector<std::uint8_t> State() const;
 
     /// A new value for a parameter that says nothing but that something changed: the C library's own
-    /// generator, so that two changes in a row never look like none.
+    /// generator, so that two changes in a row hardly ever look like none.
     struct DirtyGenerator {
         std::uint32_t seed;
         std::uint32_t state;
@@ -111,7 +115,8 @@ private:
     bool changing = false;
     PluginIdentifier identifier;
     String pluginDescription;
-    std::unique_ptr<Plugin> plugin;
+    /// Owned here alone; shared only with who wants to know whether it still lives.
+    std::shared_ptr<Plugin> plugin;
     DirtyGenerator dirtyGenerator;
     float dirtyFlag = 0.0F;
 };

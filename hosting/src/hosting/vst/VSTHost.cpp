@@ -4,6 +4,8 @@
 #include "svbase/util/CriticalSection.h"
 
 #include <algorithm>
+#include <atomic>
+#include <bit>
 #include <cstddef>
 #include <mutex>
 #include <string_view>
@@ -12,11 +14,17 @@ namespace Tarvik {
 
 namespace {
 
-// Guards the three below. Recursive: an effect calls back from inside its entry point.
-Util::CriticalSection loadingLock("VSTPlugin Loading Critical Section");
-String hostVendorName;
-String hostProductName;
-VSTPlugin* pluginBeingLoaded = nullptr;
+struct Shared {
+    // Guards the three below. Recursive: an effect calls back from inside its entry point.
+    Util::CriticalSection loadingLock{"VSTPlugin Loading Critical Section"};
+    String hostVendorName;
+    String hostProductName;
+    VSTPlugin* pluginBeingLoaded = nullptr;
+};
+
+// Never destroyed: the threads of effects run on while the process ends, and their libraries hear of its end
+// only after this program's static destructors.
+Shared& shared = *new Shared;
 
 constexpr VstIntPtr hostVersion = 1000;
 
@@ -27,7 +35,7 @@ VstIntPtr copyName(const String& name, void* destination) {
     if (destination == nullptr) {
         return 0;
     }
-    const std::lock_guard guard(loadingLock);
+    const std::lock_guard guard(shared.loadingLock);
     const std::string_view text = name.view().substr(0, nameLimit);
     auto* bytes = static_cast<char*>(destination);
     std::copy(text.begin(), text.end(), bytes);
@@ -36,18 +44,18 @@ VstIntPtr copyName(const String& name, void* destination) {
 }
 
 VSTPlugin* findLoading() {
-    const std::lock_guard guard(loadingLock);
-    return pluginBeingLoaded;
+    const std::lock_guard guard(shared.loadingLock);
+    return shared.pluginBeingLoaded;
 }
 
-VSTPlugin* findPlugin(const AEffect* effect, VstInt32 opcode) {
+VSTPlugin* findPlugin(AEffect* effect, VstInt32 opcode) {
     if (effect == nullptr) {
         // Without an effect nothing is answered, yet a shell has often none when it asks whether it may be
         // one, and its asking is the only sign of what it is.
         return opcode == audioMasterCanDo ? findLoading() : nullptr;
     }
-    if (effect->resvd1 != 0) {
-        return reinterpret_cast<VSTPlugin*>(effect->resvd1);
+    if (VSTPlugin* const plugin = VSTHost::FindOwner(*effect)) {
+        return plugin;
     }
     // Effects of one vendor talk to hosts of that vendor from anywhere: not worth the lock.
     return opcode == audioMasterVendorSpecific ? nullptr : findLoading();
@@ -56,19 +64,27 @@ VSTPlugin* findPlugin(const AEffect* effect, VstInt32 opcode) {
 } // namespace
 
 void VSTHost::SetNames(const String& vendor, const String& product) {
-    const std::lock_guard guard(loadingLock);
-    hostVendorName = vendor;
-    hostProductName = product;
+    const std::lock_guard guard(shared.loadingLock);
+    shared.hostVendorName = vendor;
+    shared.hostProductName = product;
+}
+
+void VSTHost::SetOwner(AEffect& effect, VSTPlugin* plugin) {
+    std::atomic_ref(effect.resvd1).store(std::bit_cast<VstIntPtr>(plugin), std::memory_order_release);
+}
+
+VSTPlugin* VSTHost::FindOwner(AEffect& effect) {
+    return std::bit_cast<VSTPlugin*>(std::atomic_ref(effect.resvd1).load(std::memory_order_acquire));
 }
 
 VSTHost::Loading::Loading(VSTPlugin& plugin) {
-    loadingLock.lock();
-    pluginBeingLoaded = &plugin;
+    shared.loadingLock.lock();
+    shared.pluginBeingLoaded = &plugin;
 }
 
 VSTHost::Loading::~Loading() {
-    pluginBeingLoaded = nullptr;
-    loadingLock.unlock();
+    shared.pluginBeingLoaded = nullptr;
+    shared.loadingLock.unlock();
 }
 
 VstIntPtr VSTCALLBACK VSTHost::AudioMaster(
@@ -77,9 +93,9 @@ VstIntPtr VSTCALLBACK VSTHost::AudioMaster(
     case audioMasterVersion:
         return kVstVersion;
     case audioMasterGetVendorString:
-        return copyName(hostVendorName, ptr);
+        return copyName(shared.hostVendorName, ptr);
     case audioMasterGetProductString:
-        return copyName(hostProductName, ptr);
+        return copyName(shared.hostProductName, ptr);
     case audioMasterGetVendorVersion:
         return hostVersion;
     default:

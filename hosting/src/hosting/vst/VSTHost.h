@@ -15,6 +15,11 @@ public:
     /// What effects are told when they ask who hosts them, from now on. [any]
     static void SetNames(const String& vendor, const String& product);
 
+    /// The plug-in that an effect's calls to its host belong to, kept in its resvd1; null for none. An
+    /// effect's threads may call while it changes, and see the one or the other. [any]
+    static void SetOwner(AEffect& effect, VSTPlugin* plugin);
+    static VSTPlugin* FindOwner(AEffect& effect);
+
     /// While it lives, an effect that calls its host before there is an AEffect to lead back to its object is
     /// taken for the one given. Holds the loading lock; leaves by an exception as well.
     class Loading : private noncopyable {

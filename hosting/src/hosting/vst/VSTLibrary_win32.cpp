@@ -1,6 +1,7 @@
 #include "hosting/vst/LibraryImage.h"
 #include "hosting/vst/VSTLibrary.h"
 
+#include "svbase/util/CriticalSection.h"
 #include "svbase/util/Module.h"
 #include "svbase/util/Noncopyable.h"
 #include "svbase/util/Path.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -70,12 +72,18 @@ std::optional<std::string> toAnsi(const String& text) {
     return ansi;
 }
 
+// The system's image library is made for one thread at a time. Never destroyed, as whoever loads at the end
+// of the process may still want it.
+Util::CriticalSection& imageHelpLock = *new Util::CriticalSection("VSTLibrary Image Critical Section");
+
 std::vector<MachineType> readByImageHelp(const String& path) {
-    const auto file = toAnsi(Util::Path::fileName(path));
+    // A bare name would be looked for in the current directory first.
+    const auto file = toAnsi(Util::Path::toNative(path));
     const auto directory = toAnsi(Util::Path::toNative(Util::Path::directory(path)));
     if (!file || !directory) {
         return {};
     }
+    const std::lock_guard guard(imageHelpLock);
     const std::unique_ptr<LOADED_IMAGE, UnloadImage> image(ImageLoad(file->c_str(), directory->c_str()));
     if (!image) {
         return {};

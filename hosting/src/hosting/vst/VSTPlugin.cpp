@@ -1,6 +1,6 @@
 #include "hosting/vst/VSTPlugin.h"
 
-#include "hosting/vst/ForeignCall.h"
+#include "hosting/ForeignCall.h"
 #include "hosting/vst/VSTEventsBuffer.h"
 #include "hosting/vst/VSTHost.h"
 #include "hosting/vst/VSTLibrary.h"
@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <utility>
 
 namespace Tarvik {
 
@@ -38,6 +40,12 @@ VSTPlugin::VSTPlugin(
     : Plugin(rate, layout), blockSize(maxBlockSize) {
     VSTHost::SetNames(hostVendor, hostProduct);
     library = std::make_unique<Util::Module>(VSTLibrary::LoadPath(path));
+    // Effects read the one as a VstEvents that is longer than its declaration.
+    static_assert(offsetof(EventsBuffer, numEvents) == offsetof(VstEvents, numEvents));
+    static_assert(offsetof(EventsBuffer, reserved) == offsetof(VstEvents, reserved));
+    static_assert(offsetof(EventsBuffer, events) == offsetof(VstEvents, events));
+    static_assert(sizeof(void*) != 8 || sizeof(EventsBuffer) == 832);
+    static_assert(EventsBuffer::capacity * sizeof(VstMidiEvent) == 3200);
     eventsBuffer = std::make_unique<EventsBuffer>();
     midiEvents = std::make_unique<VstMidiEvent[]>(EventsBuffer::capacity);
     timeInfo = std::make_unique<VstTimeInfo>();
@@ -60,7 +68,7 @@ VSTPlugin::VSTPlugin(
             ReadPrograms();
         }
     } catch (...) {
-        effect = nullptr;
+        AbandonEffect();
     }
 }
 
@@ -107,7 +115,7 @@ bool VSTPlugin::CreateEffect(bool scanOnly) {
         effect = callForeign(
             [this] { return reinterpret_cast<VstEntryPoint>(entryPoint)(&VSTHost::AudioMaster); });
         if (effect != nullptr) {
-            effect->resvd1 = reinterpret_cast<VstIntPtr>(this);
+            VSTHost::SetOwner(*effect, this);
         }
     }
     if (effect == nullptr) {
@@ -151,10 +159,20 @@ bool VSTPlugin::DecideInstrument() const {
     return category == kPlugCategSynth || category == kPlugCategGenerator;
 }
 
-// The effect frees itself in answer.
+// Forgotten first: the effect frees itself in answer, even where it throws after that.
 void VSTPlugin::CloseEffect() {
-    Dispatch(effClose);
-    effect = nullptr;
+    AEffect* const closing = std::exchange(effect, nullptr);
+    if (closing != nullptr && closing->dispatcher != nullptr) {
+        callForeign([closing] { return closing->dispatcher(closing, effClose, 0, 0, nullptr, 0.0f); });
+    }
+}
+
+// An effect that threw is not closed, and its threads run on; this object's creator deletes it at once.
+void VSTPlugin::AbandonEffect() {
+    if (effect != nullptr) {
+        VSTHost::SetOwner(*effect, nullptr);
+        effect = nullptr;
+    }
 }
 
 VstIntPtr VSTPlugin::Dispatch(
@@ -163,6 +181,15 @@ VstIntPtr VSTPlugin::Dispatch(
         return 0;
     }
     return callForeign([=, this] { return effect->dispatcher(effect, opcode, index, value, pointer, opt); });
+}
+
+void VSTPlugin::DispatchQuietly(
+    std::int32_t opcode, std::int32_t index, std::intptr_t value, void* pointer) const noexcept {
+    try {
+        Dispatch(opcode, index, value, pointer);
+    } catch (...) {
+        // There is nobody to tell.
+    }
 }
 
 String VSTPlugin::DispatchText(std::int32_t opcode, std::int32_t index, std::intptr_t& answer) const {

@@ -1,5 +1,6 @@
 // Audio, events and transport of an effect.
 
+#include "hosting/ForeignCall.h"
 #include "hosting/vst/VSTEventsBuffer.h"
 #include "hosting/vst/VSTPlugin.h"
 #include "hosting/vst/VstAbi.h"
@@ -40,9 +41,9 @@ VstMidiEvent toMidiEvent(const ProcessEvent& event, double rate) {
 
 } // namespace
 
-void VSTPlugin::Reset() {
-    Dispatch(effMainsChanged, 0, 0);
-    Dispatch(effMainsChanged, 0, 1);
+void VSTPlugin::Reset() noexcept {
+    DispatchQuietly(effMainsChanged, 0, 0);
+    DispatchQuietly(effMainsChanged, 0, 1);
 }
 
 bool VSTPlugin::SupportsRealTime() const {
@@ -66,7 +67,7 @@ float* VSTPlugin::InternalChannel(std::uint32_t channel) {
     return audioBuffer.data() + std::size_t{channel} * bufferFrames.value;
 }
 
-void VSTPlugin::Process(std::uint32_t frames, std::uint32_t channels, float** buffers) {
+void VSTPlugin::Process(std::uint32_t frames, std::uint32_t channels, float** buffers) noexcept {
     if (frames == 0 || effect == nullptr) {
         return;
     }
@@ -75,8 +76,21 @@ void VSTPlugin::Process(std::uint32_t frames, std::uint32_t channels, float** bu
         return;
     }
     const auto internal = static_cast<std::uint32_t>(wanted);
+    try {
+        ProcessInternally(internal, frames, channels, buffers);
+    } catch (...) {
+        // Of the effect, or for want of memory. The caller's audio is still as it was.
+        return;
+    }
+    for (std::uint32_t channel = 0; channel < channels; ++channel) {
+        std::copy_n(InternalChannel(internal >= channels ? channel : 0), frames, buffers[channel]);
+    }
+}
+
+void VSTPlugin::ProcessInternally(
+    std::uint32_t internal, std::uint32_t frames, std::uint32_t channels, const float* const* buffers) {
     GrowBuffers(internal, frames);
-    const std::uint32_t copied = isInstrument ? 0 : std::min(internal, channels);
+    const std::uint32_t copied = IsInstrument() ? 0 : std::min(internal, channels);
     for (std::uint32_t channel = 0; channel < internal; ++channel) {
         float* samples = InternalChannel(channel);
         // Afresh each time: some effects move the pointers that they are given.
@@ -87,14 +101,13 @@ void VSTPlugin::Process(std::uint32_t frames, std::uint32_t channels, float** bu
             std::fill_n(samples, frames, 0.0f);
         }
     }
-    effect->processReplacing(
-        effect, channelPointers.data(), channelPointers.data(), static_cast<VstInt32>(frames));
-    for (std::uint32_t channel = 0; channel < channels; ++channel) {
-        std::copy_n(InternalChannel(internal >= channels ? channel : 0), frames, buffers[channel]);
-    }
+    callForeign([=, this] {
+        float** const pointers = channelPointers.data();
+        effect->processReplacing(effect, pointers, pointers, static_cast<VstInt32>(frames));
+    });
 }
 
-void VSTPlugin::ProcessEvents(std::uint32_t count, const ProcessEvent* events) {
+void VSTPlugin::ProcessEvents(std::uint32_t count, const ProcessEvent* events) noexcept {
     while (count > 0) {
         const std::uint32_t batch = std::min(count, EventsBuffer::capacity);
         for (std::uint32_t index = 0; index < batch; ++index) {
@@ -103,13 +116,13 @@ void VSTPlugin::ProcessEvents(std::uint32_t count, const ProcessEvent* events) {
         }
         eventsBuffer->numEvents = static_cast<VstInt32>(batch);
         eventsBuffer->reserved = 0;
-        Dispatch(effProcessEvents, 0, 0, eventsBuffer.get());
+        DispatchQuietly(effProcessEvents, 0, 0, eventsBuffer.get());
         count -= batch;
         events += batch;
     }
 }
 
-void VSTPlugin::UpdateTransport(const DSP::TransportRecord& transport) {
+void VSTPlugin::UpdateTransport(const DSP::TransportRecord& transport) noexcept {
     timeInfo->samplePos = static_cast<double>(transport.position.value_or(0));
     const bool wasPlaying = (timeInfo->flags & kVstTransportPlaying) != 0;
     const bool plays = transport.mode.valid && transport.mode.value == playing;

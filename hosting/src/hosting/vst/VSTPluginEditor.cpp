@@ -29,7 +29,7 @@ void VSTPlugin::GetEditorSize(std::uint32_t& width, std::uint32_t& height) {
         return;
     }
     const ERect* rectangle = nullptr;
-    const bool certain = Dispatch(effEditGetRect, 0, 0, &rectangle) != 0;
+    const bool certain = Dispatch(effEditGetRect, 0, 0, static_cast<void*>(&rectangle)) != 0;
     if (rectangle == nullptr) {
         width = defaultExtent;
         height = defaultExtent;
@@ -44,7 +44,7 @@ void VSTPlugin::GetEditorSize(std::uint32_t& width, std::uint32_t& height) {
 }
 
 bool VSTPlugin::IsEditorOpen() const {
-    return editorParent != nullptr;
+    return editorParent.load(std::memory_order_acquire) != nullptr;
 }
 
 bool VSTPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) {
@@ -54,6 +54,19 @@ bool VSTPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) 
     if (!hasEditorKnown || !hasEditor) {
         return false;
     }
+    try {
+        if (OpenEditorWindow(parent, x, y)) {
+            editorParent.store(parent, std::memory_order_release);
+            return true;
+        }
+    } catch (...) {
+        // An effect that throws does not open either.
+    }
+    DestroyEditorWindow();
+    return false;
+}
+
+bool VSTPlugin::OpenEditorWindow(NativeWindow parent, std::int32_t x, std::int32_t y) {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     GetEditorSize(width, height);
@@ -64,7 +77,6 @@ bool VSTPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) 
         return false;
     }
     Dispatch(effEditOpen, 0, 0, editorWindow);
-    editorParent = parent;
     return true;
 }
 
@@ -72,12 +84,18 @@ void VSTPlugin::CloseEditor() {
     if (!IsEditorOpen()) {
         return;
     }
-    Dispatch(effEditClose);
+    DispatchQuietly(effEditClose);
+    DestroyEditorWindow();
+    editorParent.store(nullptr, std::memory_order_release);
+}
+
+void VSTPlugin::DestroyEditorWindow() {
     editorWidth = {};
     editorHeight = {};
-    VSTEditorWindow::Destroy(editorWindow);
-    editorWindow = nullptr;
-    editorParent = nullptr;
+    if (editorWindow != nullptr) {
+        VSTEditorWindow::Destroy(editorWindow);
+        editorWindow = nullptr;
+    }
 }
 
 bool VSTPlugin::HasEditorResizeCallback() const {

@@ -10,13 +10,11 @@
 namespace Tarvik {
 
 void VSTPlugin::SetTimeCallback(VSTHostCallHandler callback, void* context) {
-    timeCallback = callback;
-    timeContext = context;
+    timeCallback.Set(callback, context);
 }
 
 void VSTPlugin::SetVendorCallback(VSTHostCallHandler callback, void* context) {
-    vendorCallback = callback;
-    vendorContext = context;
+    vendorCallback.Set(callback, context);
 }
 
 void VSTPlugin::AnswerHostCall(VSTHostCall& call) noexcept {
@@ -26,15 +24,15 @@ void VSTPlugin::AnswerHostCall(VSTHostCall& call) noexcept {
         break;
     case audioMasterIdle:
         if (IsEditorOpen()) {
-            Dispatch(effEditIdle);
+            DispatchQuietly(effEditIdle);
         }
         break;
     case audioMasterPinConnected:
         call.result = AnswerPinConnected(call);
         break;
     case audioMasterGetTime:
-        if (timeCallback != nullptr) {
-            timeCallback(timeContext, call);
+        if (const auto target = timeCallback.Get(); target.handler != nullptr) {
+            target.handler(target.context, call);
         } else {
             call.result = reinterpret_cast<VstIntPtr>(timeInfo.get());
         }
@@ -46,8 +44,9 @@ void VSTPlugin::AnswerHostCall(VSTHostCall& call) noexcept {
         call.result = static_cast<VstIntPtr>(std::llround(sampleRate));
         break;
     case audioMasterVendorSpecific:
-        if (vendorCallback != nullptr && vendorContext != nullptr) {
-            vendorCallback(vendorContext, call);
+        if (const auto target = vendorCallback.Get();
+            target.handler != nullptr && target.context != nullptr) {
+            target.handler(target.context, call);
         }
         break;
     case audioMasterCanDo:
@@ -68,7 +67,8 @@ std::intptr_t VSTPlugin::AnswerPinConnected(const VSTHostCall& call) const {
     if (call.value != 0) {
         return call.index < std::min(channels, call.effect->numOutputs) ? connected : unconnected;
     }
-    const bool takesInput = !isInstrument && call.index < std::min(channels, call.effect->numInputs);
+    const bool takesInput = !isInstrument.load(std::memory_order_relaxed) &&
+                            call.index < std::min(channels, call.effect->numInputs);
     return takesInput ? connected : unconnected;
 }
 

@@ -1,5 +1,6 @@
 // Programs, parameters and state of an effect.
 
+#include "hosting/ForeignCall.h"
 #include "hosting/vst/VSTPlugin.h"
 #include "hosting/vst/VstAbi.h"
 
@@ -96,12 +97,15 @@ String VSTPlugin::GetParameterDisplay(std::uint32_t, std::uint32_t) const {
 }
 
 float VSTPlugin::GetParameterValue(std::uint32_t, std::uint32_t index) const {
-    return effect == nullptr ? 0.0f : effect->getParameter(effect, static_cast<VstInt32>(index));
+    if (effect == nullptr) {
+        return 0.0f;
+    }
+    return callForeign([=, this] { return effect->getParameter(effect, static_cast<VstInt32>(index)); });
 }
 
 void VSTPlugin::SetParameterValue(std::uint32_t, std::uint32_t index, float value) {
     if (effect != nullptr) {
-        effect->setParameter(effect, static_cast<VstInt32>(index), value);
+        callForeign([=, this] { effect->setParameter(effect, static_cast<VstInt32>(index), value); });
     }
 }
 

@@ -1,4 +1,4 @@
-#include "hosting/vst/ForeignCall.h"
+#include "hosting/ForeignCall.h"
 
 #include <windows.h>
 

@@ -1,0 +1,7 @@
+#include "hosting/PluginHost.h"
+
+namespace Tarvik {
+
+void PluginHost::InstantiateDirectX() {}
+
+} // namespace Tarvik

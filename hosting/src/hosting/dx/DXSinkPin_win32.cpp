@@ -1,0 +1,203 @@
+#include "hosting/dx/DXSinkPin_win32.h"
+
+#include "hosting/dx/DXBaseFilter_win32.h"
+#include "hosting/dx/MediaTypeEnumerator_win32.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace Tarvik {
+
+DXSinkPin::DXSinkPin(DXBaseFilter* owningFilter, std::uint32_t bufferedFloats)
+    : CUnknown(name, nullptr), sampleRate(owningFilter->GetSampleRate()),
+      channelLayout(owningFilter->GetChannelLayout()), filter(owningFilter), buffer(bufferedFloats) {}
+
+DXSinkPin::~DXSinkPin() = default;
+
+bool DXSinkPin::Clear() noexcept {
+    if (!TakeBuffer()) {
+        return false;
+    }
+    receivedFloats = 0;
+    GiveBufferBack();
+    return true;
+}
+
+DXSinkPin::Received::Received(DXSinkPin& pin) noexcept : from(pin), held(pin.TakeBuffer()) {}
+
+DXSinkPin::Received::~Received() {
+    if (held) {
+        from.GiveBufferBack();
+    }
+}
+
+std::span<const float> DXSinkPin::Received::Floats() const noexcept {
+    return {from.buffer.data(), held ? from.receivedFloats : 0};
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::NonDelegatingQueryInterface(REFIID iid, void** out) {
+    if (IsEqualIID(iid, IID_IPin)) {
+        return GetInterface(static_cast<IPin*>(this), out);
+    }
+    if (IsEqualIID(iid, IID_IMemInputPin)) {
+        return GetInterface(static_cast<IMemInputPin*>(this), out);
+    }
+    return CUnknown::NonDelegatingQueryInterface(iid, out);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::Connect(IPin* connector, const AM_MEDIA_TYPE* type) {
+    const HRESULT answer = connection.CheckConnect(connector, type, PINDIR_OUTPUT);
+    return SUCCEEDED(answer) ? connection.Store(connector, *type) : answer;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* type) {
+    if (connector == nullptr || type == nullptr) {
+        return E_POINTER;
+    }
+    if (connection.IsConnected()) {
+        return VFW_E_ALREADY_CONNECTED;
+    }
+    if (QueryAccept(type) != S_OK) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    return connection.Store(connector, *type);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::Disconnect() {
+    return connection.Disconnect();
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::ConnectedTo(IPin** out) {
+    return connection.GivePeer(out);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::ConnectionMediaType(AM_MEDIA_TYPE* out) {
+    return connection.GiveMediaType(out);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::QueryPinInfo(PIN_INFO* out) {
+    return givePinInfo(filter, PINDIR_INPUT, name, out);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::QueryDirection(PIN_DIRECTION* out) {
+    if (out == nullptr) {
+        return E_POINTER;
+    }
+    *out = PINDIR_INPUT;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::QueryId(LPWSTR* out) {
+    return givePinId(name, out);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::QueryAccept(const AM_MEDIA_TYPE* type) {
+    return DXMediaType::Accept(type);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::EnumMediaTypes(IEnumMediaTypes** out) {
+    return giveNew<MediaTypeEnumerator>(out, sampleRate, channelLayout);
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::QueryInternalConnections(IPin**, ULONG*) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::EndOfStream() {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::BeginFlush() {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::EndFlush() {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::GetAllocator(IMemAllocator** out) {
+    if (out == nullptr) {
+        return E_POINTER;
+    }
+    *out = nullptr;
+    if (!allocator) {
+        const HRESULT answer = createInstance(CLSID_MemoryAllocator, IID_IMemAllocator, allocator);
+        if (FAILED(answer)) {
+            return answer;
+        }
+    }
+    *out = allocator.Give();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::NotifyAllocator(IMemAllocator* agreed, BOOL) {
+    if (agreed == nullptr) {
+        return E_POINTER;
+    }
+    allocator = ComPointer<IMemAllocator>::Share(agreed);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::Receive(IMediaSample* sample) {
+    if (sample == nullptr) {
+        return E_POINTER;
+    }
+    BYTE* bytes = nullptr;
+    if (FAILED(sample->GetPointer(&bytes)) || bytes == nullptr) {
+        return E_FAIL;
+    }
+    // A sample that says that it holds more than it has room for would have us read beyond it.
+    const long length = std::min(sample->GetActualDataLength(), sample->GetSize());
+    return length < static_cast<long>(sizeof(float))
+               ? S_OK
+               : Append(bytes, static_cast<std::size_t>(length) / sizeof(float));
+}
+
+HRESULT DXSinkPin::Append(const BYTE* bytes, std::size_t floats) noexcept {
+    if (!TakeBuffer()) {
+        return E_FAIL;
+    }
+    HRESULT answer = S_OK;
+    try {
+        if (floats > buffer.size() - receivedFloats) {
+            buffer.resize(receivedFloats + floats);
+        }
+        std::memcpy(buffer.data() + receivedFloats, bytes, floats * sizeof(float));
+        receivedFloats += floats;
+    } catch (...) {
+        answer = E_OUTOFMEMORY;
+    }
+    GiveBufferBack();
+    return answer;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::ReceiveMultiple(IMediaSample** samples, long count, long* processed) {
+    if (samples == nullptr || processed == nullptr) {
+        return E_POINTER;
+    }
+    if (count < 0) {
+        return E_INVALIDARG;
+    }
+    HRESULT answer = S_OK;
+    for (*processed = 0; *processed < count; ++*processed) {
+        answer = Receive(samples[*processed]);
+        if (answer != S_OK) {
+            break;
+        }
+    }
+    return answer;
+}
+
+HRESULT STDMETHODCALLTYPE DXSinkPin::ReceiveCanBlock() {
+    return S_FALSE;
+}
+
+} // namespace Tarvik

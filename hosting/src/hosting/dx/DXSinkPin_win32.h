@@ -1,0 +1,110 @@
+#pragma once
+
+#include "hosting/dx/CUnknown_win32.h"
+#include "hosting/dx/DXPinConnection_win32.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace Tarvik {
+
+class DXBaseFilter;
+
+/// The input pin of a sink that keeps what arrives, as floats in the order of their coming, until it is
+/// cleared. The answers are those of IPin and IMemInputPin where nothing else is said. [main] but for Receive
+/// and the buffer.
+///
+/// Threads. Samples come in the middle of the block that they belong to, on the [audio] thread, and whoever
+/// reads them does it there between two blocks. A filter with a thread of its own may deliver at any time.
+/// Nobody waits: one flag says that somebody is at the buffer, and whoever finds it set goes away. A delivery
+/// is refused then, and a reader finds nothing. The flag is taken with acquire and given back with release
+/// order, so that each sees what the one before him wrote.
+class DXSinkPin final : public CUnknown, public IPin, public IMemInputPin {
+public:
+    /// Its name, and what it is found by.
+    static constexpr const char* name = "DXSinkPin";
+
+    /// owningFilter: the one that the pin belongs to, which calls ForgetFilter before it goes.
+    /// bufferedFloats: how many may arrive between two Clears before the buffer has to grow.
+    DXSinkPin(DXBaseFilter* owningFilter, std::uint32_t bufferedFloats);
+    ~DXSinkPin() override;
+
+    /// The filter goes; the pin may live on in the hands of others.
+    void ForgetFilter() noexcept { filter = nullptr; }
+
+    /// Forgets what has arrived. False, and nothing done, while a delivery is under way. [audio]
+    bool Clear() noexcept;
+
+    /// What has arrived, for as long as the object lives; deliveries meanwhile are refused. [audio]
+    class Received {
+    public:
+        explicit Received(DXSinkPin& pin) noexcept;
+        ~Received();
+        Received(const Received&) = delete;
+        Received& operator=(const Received&) = delete;
+
+        /// Empty while a delivery is under way.
+        std::span<const float> Floats() const noexcept;
+
+    private:
+        DXSinkPin& from;
+        bool held;
+    };
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        return GetOwner()->QueryInterface(iid, out);
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return GetOwner()->AddRef(); }
+    ULONG STDMETHODCALLTYPE Release() override { return GetOwner()->Release(); }
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** out) override;
+
+    /// The type has to be given. The connector is not called back: it is the one that connects.
+    HRESULT STDMETHODCALLTYPE Connect(IPin* connector, const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE Disconnect() override;
+    HRESULT STDMETHODCALLTYPE ConnectedTo(IPin** out) override;
+    HRESULT STDMETHODCALLTYPE ConnectionMediaType(AM_MEDIA_TYPE* out) override;
+    HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* out) override;
+    HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* out) override;
+    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* out) override;
+    HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** out) override;
+    HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin** pins, ULONG* count) override;
+    HRESULT STDMETHODCALLTYPE EndOfStream() override;
+    HRESULT STDMETHODCALLTYPE BeginFlush() override;
+    HRESULT STDMETHODCALLTYPE EndFlush() override;
+    HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override;
+
+    /// The platform's own kind of allocator, made when it is first asked for.
+    HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** out) override;
+    HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* agreed, BOOL readOnly) override;
+    HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* out) override;
+    /// Copies the sample's whole floats. E_FAIL for a sample without memory, and while another one is copied.
+    /// [any]
+    HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
+    /// In their order, up to the first that is not S_OK, whose answer it gives. processed: how many were.
+    /// [any]
+    HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** samples, long count, long* processed) override;
+    /// S_FALSE: it never does.
+    HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override;
+
+private:
+    bool TakeBuffer() noexcept { return !bufferTaken.test_and_set(std::memory_order_acquire); }
+    void GiveBufferBack() noexcept { bufferTaken.clear(std::memory_order_release); }
+    HRESULT Append(const BYTE* bytes, std::size_t floats) noexcept;
+
+    float sampleRate;
+    std::uint32_t channelLayout;
+    DXBaseFilter* filter;
+    DXPinConnection connection;
+    /// As long as the longest block needed; the first receivedFloats of it have arrived.
+    std::vector<float> buffer;
+    std::size_t receivedFloats = 0;
+    std::atomic_flag bufferTaken;
+    ComPointer<IMemAllocator> allocator;
+};
+
+} // namespace Tarvik

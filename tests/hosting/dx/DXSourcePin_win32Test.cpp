@@ -1,0 +1,238 @@
+#include "hosting/dx/DXSourcePin_win32.h"
+
+#include "hosting/dx/ComTest_win32.h"
+#include "hosting/dx/DXPins_win32.h"
+#include "support/AllocationCount.h"
+
+#include "directx/TestFactory.h"
+#include "directx/TestFilter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace Tarvik {
+namespace {
+
+using TestFilters::Behaviour;
+using TestFilters::Deed;
+using TestFilters::Place;
+
+TEST(DXSourcePin, Connecting_calls_the_receiver_back_and_holds_it) {
+    StereoPins pins;
+    const ULONG before = referencesOf(pins.in);
+    ASSERT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), S_OK);
+    // One of the pin that is held, none of anything else.
+    EXPECT_EQ(referencesOf(pins.in), before + 1);
+    ComPointer<IPin> peer;
+    EXPECT_EQ(receiveObject(peer, [&](IPin** out) { return pins.out->ConnectedTo(out); }), S_OK);
+    EXPECT_EQ(peer.Get(), static_cast<IPin*>(pins.in));
+    EXPECT_EQ(receiveObject(peer, [&](IPin** out) { return pins.in->ConnectedTo(out); }), S_OK);
+    EXPECT_EQ(peer.Get(), static_cast<IPin*>(pins.out));
+    peer.Reset();
+    EXPECT_EQ(pins.out->Disconnect(), S_OK);
+    EXPECT_EQ(pins.in->Disconnect(), S_OK);
+    EXPECT_EQ(referencesOf(pins.in), before);
+}
+
+TEST(DXSourcePin, A_second_connection_is_turned_down) {
+    StereoPins pins;
+    const StereoPins others;
+    ASSERT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), S_OK);
+    EXPECT_EQ(pins.out->Connect(others.in, &pins.type.Get()), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(pins.out->Disconnect(), S_OK);
+    EXPECT_EQ(pins.in->Disconnect(), S_OK);
+    EXPECT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), S_OK);
+    EXPECT_EQ(pins.out->Disconnect(), S_OK);
+    EXPECT_EQ(pins.in->Disconnect(), S_OK);
+}
+
+TEST(DXSourcePin, A_connection_needs_a_receiver_and_a_type) {
+    StereoPins pins;
+    EXPECT_EQ(pins.out->Connect(nullptr, &pins.type.Get()), E_POINTER);
+    EXPECT_EQ(pins.out->Connect(pins.in, nullptr), E_POINTER);
+}
+
+TEST(DXSourcePin, A_type_that_is_not_accepted_connects_nothing) {
+    StereoPins pins;
+    DXMediaType surround;
+    ASSERT_EQ(surround.SetAudio(44100.0f, 8), S_OK);
+    EXPECT_EQ(pins.out->Connect(pins.in, &surround.Get()), VFW_E_NO_ACCEPTABLE_TYPES);
+    IPin* peer = pins.in;
+    EXPECT_EQ(pins.out->ConnectedTo(&peer), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(peer, nullptr);
+}
+
+TEST(DXSourcePin, An_output_is_no_receiver) {
+    StereoPins pins;
+    const StereoPins others;
+    EXPECT_EQ(pins.out->Connect(others.out, &pins.type.Get()), E_FAIL);
+}
+
+/// The first input of a test filter, which goes with the object.
+struct ForeignInput {
+    explicit ForeignInput(Behaviour behaviour)
+        : filter(ComPointer<TestFilters::TestFilter>::Adopt(
+              new TestFilters::TestFilter(std::move(behaviour), {}))) {}
+    IPin* operator*() const { return &filter->Input(); }
+
+    ComPointer<TestFilters::TestFilter> filter;
+};
+
+TEST(DXSourcePin, A_receiver_that_does_not_tell_its_direction_is_none) {
+    StereoPins pins;
+    Behaviour silent;
+    silent.acts[Place::queryDirection] = {Deed::answer, E_NOTIMPL};
+    const ForeignInput foreign(silent);
+    EXPECT_EQ(pins.out->Connect(*foreign, &pins.type.Get()), E_FAIL);
+    Behaviour throws;
+    throws.acts[Place::queryDirection] = {Deed::throwOwn, S_OK};
+    const ForeignInput thrower(throws);
+    EXPECT_EQ(pins.out->Connect(*thrower, &pins.type.Get()), E_FAIL);
+}
+
+TEST(DXSourcePin, A_receiver_that_refuses_is_not_held) {
+    StereoPins pins;
+    Behaviour refuses;
+    refuses.acts[Place::receiveConnection] = {Deed::answer, VFW_E_TYPE_NOT_ACCEPTED};
+    const ForeignInput foreign(refuses);
+    EXPECT_EQ(pins.out->Connect(*foreign, &pins.type.Get()), VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(referencesOf(foreign.filter.Get()), 1U);
+    EXPECT_EQ(pins.out->Disconnect(), S_FALSE);
+}
+
+TEST(DXSourcePin, A_receiver_that_throws_has_failed) {
+    for (const Deed deed : {Deed::throwOwn, Deed::throwOfAnother}) {
+        StereoPins pins;
+        Behaviour throws;
+        throws.acts[Place::receiveConnection] = {deed, S_OK};
+        const ForeignInput foreign(throws);
+        HRESULT answer = S_OK;
+        EXPECT_NO_THROW(answer = pins.out->Connect(*foreign, &pins.type.Get()));
+        EXPECT_TRUE(FAILED(answer));
+        EXPECT_EQ(pins.out->Disconnect(), S_FALSE);
+    }
+}
+
+TEST(DXSourcePin, Nobody_connects_to_an_output) {
+    StereoPins pins;
+    EXPECT_EQ(pins.out->ReceiveConnection(pins.in, &pins.type.Get()), E_UNEXPECTED);
+}
+
+TEST(DXSourcePin, The_type_of_a_connection_is_a_copy_of_what_was_agreed) {
+    StereoPins pins;
+    ASSERT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), S_OK);
+    pins.type.Clear();
+    AM_MEDIA_TYPE agreed{};
+    ASSERT_EQ(pins.out->ConnectionMediaType(&agreed), S_OK);
+    EXPECT_EQ(DXMediaType::Accept(&agreed), S_OK);
+    DXMediaType::Free(agreed);
+    EXPECT_EQ(pins.out->ConnectionMediaType(nullptr), E_POINTER);
+    pins.out->Disconnect();
+    pins.in->Disconnect();
+}
+
+TEST(DXSourcePin, Without_a_connection_a_type_that_is_handed_in_is_freed) {
+    StereoPins pins;
+    AM_MEDIA_TYPE type{};
+    ASSERT_EQ(pins.type.CopyTo(&type), S_OK);
+    EXPECT_EQ(pins.out->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(type.pbFormat, nullptr);
+    EXPECT_EQ(type.cbFormat, 0U);
+    // Callers hand in what was never filled in, too.
+    std::memset(static_cast<void*>(&type), 0xCD, sizeof type);
+    EXPECT_EQ(pins.out->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(type.pbFormat, nullptr);
+}
+
+TEST(DXSourcePin, It_says_what_it_is) {
+    StereoPins pins;
+    PIN_INFO info{};
+    ASSERT_EQ(pins.out->QueryPinInfo(&info), S_OK);
+    EXPECT_EQ(info.pFilter, static_cast<IBaseFilter*>(pins.source.Get()));
+    EXPECT_EQ(info.pFilter->Release(), 1U);
+    EXPECT_EQ(info.dir, PINDIR_OUTPUT);
+    EXPECT_EQ(std::wstring(info.achName), L"DXSourcePin");
+    EXPECT_EQ(pins.out->QueryPinInfo(nullptr), E_POINTER);
+
+    PIN_DIRECTION direction = PINDIR_INPUT;
+    EXPECT_EQ(pins.out->QueryDirection(&direction), S_OK);
+    EXPECT_EQ(direction, PINDIR_OUTPUT);
+    EXPECT_EQ(pins.out->QueryDirection(nullptr), E_POINTER);
+
+    LPWSTR id = nullptr;
+    EXPECT_EQ(pins.out->QueryId(&id), S_OK);
+    EXPECT_EQ(takeText(id), L"DXSourcePin");
+    EXPECT_EQ(pins.out->QueryId(nullptr), E_POINTER);
+}
+
+TEST(DXSourcePin, It_accepts_what_it_offers) {
+    StereoPins pins;
+    ComPointer<IEnumMediaTypes> types;
+    ASSERT_EQ(
+        receiveObject(types, [&](IEnumMediaTypes** out) { return pins.out->EnumMediaTypes(out); }), S_OK);
+    AM_MEDIA_TYPE* type = nullptr;
+    ULONG fetched = 0;
+    ASSERT_EQ(types->Next(1, &type, &fetched), S_OK);
+    EXPECT_EQ(pins.out->QueryAccept(type), S_OK);
+    DXMediaType::Free(*type);
+    CoTaskMemFree(type);
+    EXPECT_EQ(pins.out->QueryAccept(nullptr), E_POINTER);
+    EXPECT_EQ(pins.out->EnumMediaTypes(nullptr), E_POINTER);
+}
+
+TEST(DXSourcePin, A_type_with_three_channels_is_turned_down) {
+    StereoPins pins;
+    DXMediaType three;
+    ASSERT_EQ(three.SetAudio(44100.0f, 3), S_OK);
+    EXPECT_EQ(pins.out->QueryAccept(&three.Get()), E_INVALIDARG);
+}
+
+TEST(DXSourcePin, Without_memory_it_fails) {
+    const StereoPins pins;
+    PIN_INFO info{};
+    LPWSTR id = nullptr;
+    IEnumMediaTypes* types = nullptr;
+    {
+        const WithoutMemory none;
+        EXPECT_EQ(pins.out->QueryPinInfo(&info), E_OUTOFMEMORY);
+        EXPECT_EQ(pins.out->QueryId(&id), E_OUTOFMEMORY);
+        EXPECT_EQ(pins.out->EnumMediaTypes(&types), E_OUTOFMEMORY);
+    }
+    EXPECT_EQ(info.pFilter, nullptr);
+    EXPECT_EQ(id, nullptr);
+    EXPECT_EQ(types, nullptr);
+}
+
+TEST(DXSourcePin, What_comes_downstream_never_comes_here) {
+    const StereoPins pins;
+    EXPECT_EQ(pins.out->EndOfStream(), E_UNEXPECTED);
+    EXPECT_EQ(pins.out->BeginFlush(), E_UNEXPECTED);
+    EXPECT_EQ(pins.out->EndFlush(), E_UNEXPECTED);
+    EXPECT_EQ(pins.out->NewSegment(0, 0, 1.0), S_OK);
+    EXPECT_EQ(pins.out->QueryInternalConnections(nullptr, nullptr), E_NOTIMPL);
+}
+
+TEST(DXSourcePin, It_is_a_pin_and_no_input) {
+    const StereoPins pins;
+    ComPointer<IPin> pin;
+    ComPointer<IMemInputPin> input;
+    EXPECT_EQ(queryInterface(static_cast<IPin*>(pins.out), IID_IPin, pin), S_OK);
+    EXPECT_EQ(queryInterface(static_cast<IPin*>(pins.out), IID_IMemInputPin, input), E_NOINTERFACE);
+    EXPECT_STREQ(pins.out->ObjectName(), "DXSourcePin");
+}
+
+TEST(DXSourcePin, It_outlives_its_filter_in_the_hands_of_others) {
+    StereoPins pins;
+    const auto pin = ComPointer<DXSourcePin>::Share(pins.out);
+    pins.source.Reset();
+    PIN_INFO info{};
+    EXPECT_EQ(pin->QueryPinInfo(&info), S_OK);
+    EXPECT_EQ(info.pFilter, nullptr);
+    IEnumMediaTypes* types = nullptr;
+    EXPECT_EQ(pin->EnumMediaTypes(&types), E_UNEXPECTED);
+}
+
+} // namespace
+} // namespace Tarvik

@@ -1,0 +1,101 @@
+"""DirectX plug-ins and the registry of the Windows side: the test filters' classes, and what the platform has."""
+
+import contextlib
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+
+import support
+from support import peer
+
+LIBRARY = support.PLUGINS / "directx" / "TestFilters.dll"
+
+# The published categories whose filters may have to do with audio.
+CATEGORIES = {
+    "filters": "083863F1-70DE-11D0-BD40-00A0C911CE86",
+    "audio compressors": "33D9A761-90C8-11D0-BD43-00A0C911CE86",
+    "audio inputs": "33D9A762-90C8-11D0-BD43-00A0C911CE86",
+    "audio renderers": "E0F158E1-CB04-11D0-BD4E-00A0C911CE86",
+}
+
+
+def class_id(name):
+    """Of a test filter: two marks and the FNV-1a hash of its name."""
+    value = 0xCBF29CE484222325
+    for byte in name.encode():
+        value = ((value ^ byte) * 0x100000001B3) % 2**64
+    digits = f"{value:016X}"
+    return f"00000000-5456-4B54-{digits[:4]}-{digits[4:]}"
+
+
+def identifier_of(name):
+    return "DX: " + class_id(name)
+
+
+def run(*command):
+    """A Windows program to its end, with nothing of it held open."""
+    with tempfile.TemporaryFile() as output:
+        done = subprocess.run(
+            [*peer.wine_command(), *command], stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.DEVNULL,
+            env=peer.environment(), timeout=300,
+        )
+        output.seek(0)
+        return done.returncode, output.read().decode("utf-8", errors="replace").replace("\r\n", "\n")
+
+
+def regsvr32(*arguments):
+    code, _ = run("regsvr32", "/s", *arguments, peer.windows_path(LIBRARY))
+    if code != 0:
+        raise AssertionError(f"regsvr32 {arguments} gave {code}")
+
+
+@contextlib.contextmanager
+def registered(*names):
+    """The named test filters, and no others: what an earlier run left behind goes first."""
+    regsvr32("/u")
+    regsvr32("/n", "/i:" + ",".join(names))
+    try:
+        yield
+    finally:
+        regsvr32("/u")
+
+
+def import_registry(text):
+    """Changes the registry by a text in the form of the registry's own editor, without its heading."""
+    with tempfile.TemporaryDirectory() as folder:
+        file = pathlib.Path(folder) / "changes.reg"
+        file.write_text("\ufeffWindows Registry Editor Version 5.00\n\n" + text, encoding="utf-16-le", newline="\r\n")
+        code, _ = run("reg", "import", peer.windows_path(file))
+    if code != 0:
+        raise AssertionError(f"reg import gave {code}")
+
+
+@contextlib.contextmanager
+def keys(entries):
+    """Keys below HKEY_CLASSES_ROOT with their default values, None for none, gone with all that is in them at the
+    end."""
+    def line(path, value):
+        text = "" if value is None else '@="' + value.replace("\\", "\\\\").replace('"', '\\"') + '"\n'
+        return f"[HKEY_CLASSES_ROOT\\{path}]\n{text}\n"
+
+    import_registry("".join(line(*entry) for entry in entries.items()))
+    try:
+        yield
+    finally:
+        import_registry("".join(f"[-HKEY_CLASSES_ROOT\\{path}]\n\n" for path in entries))
+
+
+def platform_filters():
+    """Class identifiers of everything that the platform itself has in the categories, by what it calls them; read by
+    its own tool."""
+    found = {}
+    for category in CATEGORIES.values():
+        _, text = run("reg", "query", rf"HKCR\CLSID\{{{category}}}\Instance", "/s")
+        for block in text.split("\n\n"):
+            name = re.search(r"^\s+FriendlyName\s+REG_SZ\s+(.*)$", block, re.MULTILINE)
+            identifier = re.search(r"^\s+CLSID\s+REG_SZ\s+\{(.*)\}$", block, re.MULTILINE)
+            if identifier and "-5456-4B54-" not in identifier[1].upper():
+                found[identifier[1].upper()] = name[1] if name else ""
+    return found
