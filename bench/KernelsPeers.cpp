@@ -50,4 +50,12 @@ void MultiplyAccumulateSplit(
     }
 }
 
+void Deinterleave(
+    float* __restrict left, float* __restrict right, const float* __restrict source, std::size_t frames) {
+    for (std::size_t i = 0; i < frames; ++i) {
+        left[i] = source[2 * i];
+        right[i] = source[2 * i + 1];
+    }
+}
+
 } // namespace Peers

@@ -18,4 +18,8 @@ void MultiplyAccumulateSplit(
     const float* __restrict aImag, const float* __restrict bReal, const float* __restrict bImag,
     std::size_t bins);
 
+/// Pairs to two arrays.
+void Deinterleave(
+    float* __restrict left, float* __restrict right, const float* __restrict source, std::size_t frames);
+
 } // namespace Peers

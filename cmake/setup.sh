@@ -13,10 +13,12 @@ packages=(
   clang-19 clang-tidy-19 clang-format-19 libclang-rt-19-dev
   # tests: Wine runs the Windows ones, the scanner's peer is written in Python, one sample library is of 32 bits
   wine wine64 python3 python3-zmq python3-msgpack g++-mingw-w64-i686-posix
-  # benchmarks: FFTW is a peer to measure against and is linked into nothing else
-  libfftw3-dev
-  # the scripts themselves
-  git util-linux procps
+  # tests: sound files of other programs
+  libsndfile1 sox ffmpeg
+  # benchmarks: peers to measure against, linked into nothing else
+  libfftw3-dev libsndfile1-dev
+  # the scripts themselves, and a locale with a decimal comma for the tests
+  git util-linux procps locales
 )
 missing=()
 for package in "${packages[@]}"; do
