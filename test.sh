@@ -46,8 +46,8 @@ stage_native-tsan() {
   local fixed_layout=()
   setarch --addr-no-randomize true 2>/dev/null && fixed_layout=(setarch --addr-no-randomize)
   # The rooms whose code crosses threads.
-  configure native-tsan && compile native-tsan svbase_tests dsp_tests hosting_tests &&
-    run_tests native-tsan "${fixed_layout[@]}" -- -R '^(svbase|dsp|hosting)\.'
+  configure native-tsan && compile native-tsan svbase_tests dsp_tests hosting_tests parent_tests &&
+    run_tests native-tsan "${fixed_layout[@]}" -- -R '^(svbase|dsp|hosting|parent)\.'
 }
 
 # The command and the benchmarks as they are used: optimised. The tests of the same code ran under the sanitizers.
@@ -97,6 +97,12 @@ run_tests() { # PRESET [command to run ctest with...] [-- ctest argument...]
   shift
   while [ $# -gt 0 ] && [ "$1" != -- ]; do runner+=("$1"); shift; done
   [ $# = 0 ] || shift
+  # How numbers look under a decimal comma is tested where there is such a locale: a bare machine has none.
+  if [[ $preset = native* ]]; then
+    export LOCPATH=$PWD/build/locales LSAN_OPTIONS=suppressions=$PWD/cmake/lsan.supp:print_suppressions=0
+    mkdir -p "$LOCPATH"
+    [ -d "$LOCPATH/de_DE.UTF-8" ] || localedef -i de_DE -f UTF-8 "$LOCPATH/de_DE.UTF-8" || return 1
+  fi
   "${runner[@]}" ctest --preset "$preset" -j "$jobs" --no-tests=error --output-junit "$logs/$preset-tests.xml" "$@"
   status=$?
   sed -nE '/<testsuite/,/>/{s/.*[[:space:]](tests|failures|skipped)="([0-9]+)".*/\1 \2/p}' "$logs/$preset-tests.xml" \
@@ -109,8 +115,7 @@ on_windows() { # PRESET [ctest argument...]
   build "$1" || return 1
   wine_start || { echo "Wine does not start"; return 1; }
   local status=0
-  # Wine now and then loses the exit code of a process that is ended while it spins: what fails is run once more.
-  run_tests "$1" -- --repeat until-pass:2 "${@:2}" || status=1
+  run_tests "$1" -- "${@:2}" || status=1
   wine_stop
   return $status
 }
