@@ -53,6 +53,8 @@ stage_native-tsan() {
 # The command and the benchmarks as they are used: optimised. The tests of the same code ran under the sanitizers.
 stage_native() { build native; }
 
+# The same inputs in every run, from one seed: what is found here is found again. FUZZ_SEED=0 takes another each time, and
+# FUZZ_SECONDS more of them.
 stage_fuzz() {
   build native-fuzz || return 1
   local target name
@@ -62,7 +64,7 @@ stage_fuzz() {
     mkdir -p "build/fuzz/$name" "fuzz/corpus/$name"
     echo "$name"
   done | xargs -P "$jobs" -I{} sh -c '
-    build/native-fuzz/bin/{} -max_total_time='"${FUZZ_SECONDS:-20}"' -timeout=25 -rss_limit_mb=2048 -print_final_stats=1 \
+    build/native-fuzz/bin/{} -seed='"${FUZZ_SEED:-1}"' -max_total_time='"${FUZZ_SECONDS:-20}"' -timeout=25 -rss_limit_mb=2048 -print_final_stats=1 \
       -artifact_prefix=build/fuzz/{}- build/fuzz/{} fuzz/corpus/{} >build/logs/fuzz-{}.log 2>&1
     status=$?
     grep -h "stat::number_of_executed_units" build/logs/fuzz-{}.log | sed "s/^stat::number_of_executed_units:/{}: executions/"
