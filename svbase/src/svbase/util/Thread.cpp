@@ -9,6 +9,19 @@
 
 namespace Util {
 
+namespace {
+
+/// Nobody above a thread could do more about an exception than end the thread.
+template<class Step>
+void endWithStep(Step step) {
+    try {
+        step();
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+    }
+}
+
+} // namespace
+
 struct Thread::Record {
     explicit Record(const String& name) : lock(String("%1 critical section").arg(name)) {}
 
@@ -101,18 +114,11 @@ void Thread::body(Record& record) {
         NativeThread::enterApartment();
     }
     record.enter(State::Running);
-    // Nobody above could do more about an exception than end the thread.
-    try {
-        run();
-    } catch (...) {
-    }
+    endWithStep([this] { run(); });
     if (apartment) {
         NativeThread::leaveApartment();
     }
-    try {
-        cleanUp();
-    } catch (...) {
-    }
+    endWithStep([this] { cleanUp(); });
     record.enter(State::Finished);
 }
 
