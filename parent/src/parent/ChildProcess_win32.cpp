@@ -55,38 +55,45 @@ String lastErrorText(const char* operation) {
     return String("%1 failed with system error %2").arg(operation).arg(GetLastError());
 }
 
-/// The attribute list of a process that inherits one handle and no other, whatever else here may be
-/// inherited: the host's own, and those that go to another process that is started meanwhile.
-class InheritOne : noncopyable {
+/// What a process is given besides its command line: one handle that it inherits and no other, whatever else
+/// here may be inherited (the host's own, and those that go to another process that is started meanwhile),
+/// and the job that it is in from its first moment.
+class StartAttributes : noncopyable {
 public:
-    ~InheritOne() {
+    ~StartAttributes() {
         if (list_ != nullptr) {
             DeleteProcThreadAttributeList(list_);
         }
     }
 
-    /// handle: kept until this object goes. False with the system's error.
-    bool prepare(HANDLE handle) {
+    /// Both are kept until this object goes. False with the system's error.
+    bool prepare(HANDLE inherited, HANDLE job) {
+        constexpr DWORD count = 2;
         SIZE_T bytes = 0;
-        InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
+        InitializeProcThreadAttributeList(nullptr, count, 0, &bytes);
         memory_.resize(bytes);
         auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
-        if (!InitializeProcThreadAttributeList(list, 1, 0, &bytes)) {
+        if (!InitializeProcThreadAttributeList(list, count, 0, &bytes)) {
             return false;
         }
         list_ = list;
-        handle_ = handle;
-        return UpdateProcThreadAttribute(
-                   list_, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &handle_, sizeof handle_, nullptr, nullptr) !=
-               0;
+        inherited_ = inherited;
+        job_ = job;
+        return set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, inherited_) &&
+               set(PROC_THREAD_ATTRIBUTE_JOB_LIST, job_);
     }
 
     LPPROC_THREAD_ATTRIBUTE_LIST list() const { return list_; }
 
 private:
+    bool set(DWORD_PTR attribute, HANDLE& handle) {
+        return UpdateProcThreadAttribute(list_, 0, attribute, &handle, sizeof handle, nullptr, nullptr) != 0;
+    }
+
     std::vector<std::byte> memory_;
     LPPROC_THREAD_ATTRIBUTE_LIST list_ = nullptr;
-    HANDLE handle_ = nullptr;
+    HANDLE inherited_ = nullptr;
+    HANDLE job_ = nullptr;
 };
 
 /// Two threads know of a process: the one that owns this object, and the watcher, which run() starts last and
@@ -124,8 +131,8 @@ public:
         if (nul.get() == INVALID_HANDLE_VALUE) {
             return lastErrorText("Opening NUL");
         }
-        InheritOne inherited;
-        if (!inherited.prepare(nul.get())) {
+        StartAttributes attributes;
+        if (!attributes.prepare(nul.get(), job_.get())) {
             return lastErrorText("UpdateProcThreadAttribute");
         }
         STARTUPINFOEXW startup{};
@@ -133,24 +140,18 @@ public:
         startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
         startup.StartupInfo.hStdInput = startup.StartupInfo.hStdOutput = startup.StartupInfo.hStdError =
             nul.get();
-        startup.lpAttributeList = inherited.list();
+        startup.lpAttributeList = attributes.list();
 
-        // Suspended until it is in the job: nothing that it starts can slip out.
+        // Born in the job: nothing that it starts can slip out, and it goes with this process even when this
+        // one is ended on the way.
         PROCESS_INFORMATION info{};
         if (!CreateProcessW(
-                nullptr, line.data(), nullptr, nullptr, TRUE,
-                CREATE_SUSPENDED | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
-                &startup.StartupInfo, &info)) {
+                nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT,
+                nullptr, nullptr, &startup.StartupInfo, &info)) {
             return lastErrorText("CreateProcess");
         }
         *process_.out() = info.hProcess;
-        Handle thread(info.hThread);
-        if (!AssignProcessToJobObject(job_.get(), info.hProcess)) {
-            const String error = lastErrorText("AssignProcessToJobObject");
-            TerminateProcess(info.hProcess, 1);
-            return error;
-        }
-        ResumeThread(thread.get());
+        CloseHandle(info.hThread);
 
         try {
             watcher_ = std::thread([this, onEnd = std::move(onEnd)] {
