@@ -187,7 +187,7 @@ void VSTPlugin::DispatchQuietly(
     std::int32_t opcode, std::int32_t index, std::intptr_t value, void* pointer) const noexcept {
     try {
         Dispatch(opcode, index, value, pointer);
-    } catch (...) {
+    } catch (...) { // NOLINT(bugprone-empty-catch)
         // There is nobody to tell.
     }
 }
@@ -215,7 +215,7 @@ PluginIdentifier VSTPlugin::GetIdentifier() const {
 
 String VSTPlugin::GetName() const {
     VstIntPtr answer = 0;
-    const String name = DispatchText(effGetEffectName, 0, answer);
+    String name = DispatchText(effGetEffectName, 0, answer);
     if (answer != 0) {
         return name;
     }

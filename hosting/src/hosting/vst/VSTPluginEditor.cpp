@@ -59,7 +59,7 @@ bool VSTPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) 
             editorParent.store(parent, std::memory_order_release);
             return true;
         }
-    } catch (...) {
+    } catch (...) { // NOLINT(bugprone-empty-catch)
         // An effect that throws does not open either.
     }
     DestroyEditorWindow();

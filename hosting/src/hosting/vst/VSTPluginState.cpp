@@ -116,7 +116,7 @@ bool VSTPlugin::ReadChunk(const std::uint8_t*& data, std::uint32_t& size) const 
         return false;
     }
     void* chunk = nullptr;
-    const VstIntPtr answer = Dispatch(effGetChunk, programChunk, 0, &chunk);
+    const VstIntPtr answer = Dispatch(effGetChunk, programChunk, 0, static_cast<void*>(&chunk));
     if (chunk == nullptr || answer <= 0 || answer > std::numeric_limits<VstInt32>::max()) {
         return false;
     }
