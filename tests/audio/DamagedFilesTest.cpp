@@ -337,6 +337,35 @@ TEST_F(DamagedFilesTest, What_a_file_makes_us_remember_is_bounded) {
     ASSERT_EQ(told(wav.sync()), "success");
     EXPECT_EQ(wav.totalFrames(), 2U);
     EXPECT_EQ(wav.chunkCount(), std::size_t{1} << 22U);
+    ASSERT_EQ(wav.diagnostics().size(), 1U);
+    EXPECT_EQ(
+        wav.diagnostics()[0].toStdString(), "More than 4194304 chunks of a kind; the rest is left out.");
+}
+
+TEST_F(DamagedFilesTest, What_other_applications_make_us_remember_is_bounded) {
+    constexpr std::size_t chunks = 4'200'000;
+    const std::string chunk = aiffChunk("APPL", "self");
+    std::string all;
+    all.reserve(chunks * chunk.size());
+    for (std::size_t i = 0; i < chunks; ++i) {
+        all += chunk;
+    }
+    Audio::Decode::AIFF::Decoder aiff(directory.file(u8"a", smallAiff("abcd", all)));
+    ASSERT_EQ(told(aiff.sync()), "success");
+    EXPECT_EQ(aiff.applicationChunks().size(), std::size_t{1} << 22U);
+    EXPECT_EQ(aiff.diagnostics().size(), 1U);
+}
+
+TEST_F(DamagedFilesTest, More_cue_points_than_that_are_an_error) {
+    constexpr std::uint32_t half = 1U << 21U;
+    const std::string points = wavChunk("cue ", little(half, 4) + std::string(std::size_t{half} * 24, '\0'));
+    Audio::Decode::WAV::Decoder wav(directory.file(u8"a", smallWav("abcd", points + points)));
+    ASSERT_EQ(told(wav.sync()), "success");
+    EXPECT_EQ(wav.cuePoints()->size(), std::size_t{2} * half);
+    const std::string one = wavChunk("cue ", little(1, 4) + std::string(24, '\0'));
+    Audio::Decode::WAV::Decoder more(directory.file(u8"b", smallWav("abcd", points + one + points)));
+    ASSERT_EQ(told(more.sync()), "success");
+    EXPECT_EQ(told(more.cuePoints()), badFormat("More than 4194304 cue points"));
 }
 
 TEST_F(DamagedFilesTest, A_size_that_wraps_to_nothing_goes_on_in_the_body) {

@@ -115,10 +115,10 @@ void parseWav(const std::string& bytes, Outcome& outcome) {
             stop("Invalid RF64 WAVE file: missing 'ds64' chunk");
         }
         const std::uint64_t size = littleAt(bytes, 16, 4);
-        if (size > 996 || size < 16) {
+        if (size > 996) {
             stop("Invalid RF64 WAVE file: invalid size of 'ds64' chunk");
         }
-        dataSize = littleAt(demand(bytes, 20, size), 8, 8);
+        dataSize = littleAt(demand(bytes, 20, size) + std::string(16, '\0'), 8, 8);
         at = 20 + size + size % 2;
     }
     bool hasFormat = false;

@@ -91,11 +91,16 @@ TEST_F(RF64Test, A_ds64_chunk_above_996_bytes_is_invalid) {
         badFormat("Invalid RF64 WAVE file: invalid size of 'ds64' chunk"));
 }
 
-TEST_F(RF64Test, A_ds64_chunk_that_does_not_reach_to_the_data_size_is_invalid) {
+TEST_F(RF64Test, A_ds64_chunk_that_ends_within_the_data_size_goes_on_in_zeros) {
     const std::string rest = format + "data" + unknown + "abcdef";
     EXPECT_EQ(syncOf(rf64(ds64(6, 16) + rest)), "success");
-    EXPECT_EQ(
-        syncOf(rf64(ds64(6, 15) + rest)), badFormat("Invalid RF64 WAVE file: invalid size of 'ds64' chunk"));
+    EXPECT_EQ(decoder->totalFrames(), 3U);
+    EXPECT_EQ(syncOf(rf64(ds64(6, 15) + rest)), "success");
+    EXPECT_EQ(decoder->totalFrames(), 3U) << "the byte that is missing is the highest";
+    EXPECT_EQ(syncOf(rf64(ds64(6, 8) + rest)), "success");
+    EXPECT_EQ(decoder->totalFrames(), 0U);
+    EXPECT_EQ(syncOf(rf64(ds64(6, 0) + rest)), "success");
+    EXPECT_EQ(decoder->totalFrames(), 0U);
 }
 
 TEST_F(RF64Test, A_ds64_chunk_that_ends_behind_the_file_is_the_files_error) {

@@ -288,6 +288,26 @@ TEST_F(SampleFileDecoderTest, Nothing_is_allocated_after_the_first_read) {
     }
 }
 
+TEST_F(SampleFileDecoderTest, Nothing_is_allocated_after_the_first_read_of_frames_larger_than_a_page) {
+    constexpr unsigned channels = 2000;
+    constexpr int frames = 1000;
+    const std::string samples(std::size_t{frames} * channels * 3, '\x11');
+    Stream& stream = synced(riff(wavChunk("fmt ", plainFormat(1, channels, 24)) + wavChunk("data", samples)));
+    std::vector<float> buffer(std::size_t{channels} * 100);
+    ASSERT_TRUE(stream.ReadFloatInterleaved(1, buffer.data(), framesRead));
+    const std::uint64_t before = AllocationCount();
+    bool good = true;
+    for (const std::uint64_t count : {100U, 1U, 7U}) {
+        do {
+            good = stream.ReadFloatInterleaved(count, buffer.data(), framesRead) && good;
+        } while (framesRead != 0);
+        good = stream.seek(frames / 3) && good;
+    }
+    EXPECT_EQ(AllocationCount() - before, 0U);
+    EXPECT_TRUE(good);
+    EXPECT_EQ(buffer[0], static_cast<float>(0x111111) / 8388608);
+}
+
 TEST_F(SampleFileDecoderTest, A_file_that_shrinks_while_it_is_read_ends_in_the_files_error) {
     constexpr int frames = 200'000;
     Stream& stream = synced(stereoWav(countingSamples(frames)));

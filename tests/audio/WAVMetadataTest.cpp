@@ -291,6 +291,75 @@ TEST_F(WAVMetadataTest, A_bext_chunk_below_602_bytes_ends_sync) {
     EXPECT_TRUE(cut.bextData().empty());
 }
 
+TEST_F(WAVMetadataTest, A_label_is_given_to_all_cue_points_of_its_identifier_until_names_take_64_MiB) {
+    constexpr std::uint32_t points = 100;
+    const std::string label(1'000'000, 'l');
+    std::string cues = little(points, 4);
+    for (std::uint32_t i = 0; i < points; ++i) {
+        cues += little(7, 4) + little(0, 16) + little(i, 4);
+    }
+    Decoder wav(directory.file(
+        u8"a.wav", smallWav(
+                       samples, wavChunk("cue ", cues) +
+                                    wavChunk("LIST", "adtl" + wavChunk("labl", little(7, 4) + label)))));
+    ASSERT_EQ(told(wav.sync()), "success");
+    const auto markers = wav.markers();
+    ASSERT_TRUE(markers);
+    ASSERT_EQ(markers->size(), points);
+    constexpr std::size_t named = (std::size_t{1} << 26U) / 1'000'000;
+    for (std::size_t i = 0; i < points; ++i) {
+        EXPECT_EQ((*markers)[i].name.isNull(), i >= named) << i;
+    }
+    EXPECT_TRUE((*markers)[named - 1].name == String(label));
+}
+
+TEST_F(WAVMetadataTest, Labels_whose_identifiers_collide_in_a_hash_are_found_as_fast) {
+    // Multiples of a prime that a table of so many entries has as its size: a minute and more if each were
+    // looked for among all others.
+    constexpr std::uint32_t prime = 42043;
+    constexpr std::uint32_t labels = 42000;
+    constexpr std::uint32_t points = 200000;
+    std::string list = "adtl";
+    for (std::uint32_t i = 0; i < labels; ++i) {
+        list += wavChunk("labl", little(std::uint64_t{i} * prime, 4) + "x");
+    }
+    std::string cues = little(points, 4);
+    for (std::uint32_t i = 0; i < points; ++i) {
+        cues += little(std::uint64_t{i % (2 * labels)} * prime, 4) + little(0, 16) + little(i, 4);
+    }
+    Decoder wav(
+        directory.file(u8"a.wav", smallWav(samples, wavChunk("cue ", cues) + wavChunk("LIST", list))));
+    ASSERT_EQ(told(wav.sync()), "success");
+    const auto markers = wav.markers();
+    ASSERT_TRUE(markers);
+    ASSERT_EQ(markers->size(), points);
+    EXPECT_FALSE(markers->front().name.isNull());
+    EXPECT_TRUE((*markers)[labels].name.isNull());
+}
+
+TEST_F(WAVMetadataTest, Metadata_that_finds_no_memory_is_an_error_and_no_exception) {
+    const std::string text(100'000, 't');
+    const std::string list = "adtl" + wavChunk("labl", little(1, 4) + text) +
+                             wavChunk("note", little(1, 4) + text) +
+                             wavChunk("ltxt", little(1, 4) + little(5, 4) + little(0, 12) + text);
+    Decoder wav(directory.file(
+        u8"a.wav", smallWav(
+                       samples, wavChunk("cue ", little(1, 4) + little(1, 4) + little(0, 20)) +
+                                    wavChunk("LIST", list))));
+    ASSERT_EQ(told(wav.sync()), "success");
+    const std::string refused = badFormat("Not enough memory for what the file holds");
+    const auto starved = [&](auto ask) {
+        const WithoutMemory without(text.size());
+        return told(ask());
+    };
+    EXPECT_EQ(starved([&] { return wav.labels(); }), refused);
+    EXPECT_EQ(starved([&] { return wav.notes(); }), refused);
+    EXPECT_EQ(starved([&] { return wav.labeledText(); }), refused);
+    EXPECT_EQ(starved([&] { return wav.markers(); }), refused);
+    EXPECT_EQ(starved([&] { return wav.regions(); }), refused);
+    EXPECT_EQ(told(wav.regions()), "success");
+}
+
 TEST_F(WAVMetadataTest, A_bext_chunk_that_finds_no_memory_ends_sync) {
     const std::string body = bext(reference32) + std::string(10'000'000, 'h');
     Decoder wav(directory.file(u8"a.wav", smallWav(samples, wavChunk("bext", body))));

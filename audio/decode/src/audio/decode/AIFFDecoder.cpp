@@ -54,7 +54,6 @@ void Decoder::forget() {
     loopInfo_ = {};
     transients_.clear();
     applicationChunks_.clear();
-    diagnostics_.clear();
 }
 
 Result Decoder::parse() {
@@ -102,7 +101,7 @@ Result Decoder::walk(bool isCompressed) {
 
         const std::uint64_t remaining = file().remaining(position);
         if (size > remaining) {
-            diagnostics_.push_back(
+            addDiagnostic(
                 String("Chunk '%1' has a size (%2 B) that is larger than the remaining file (%3 B).")
                     .arg(fourCCText(identifier))
                     .arg(size)
@@ -209,8 +208,9 @@ Result Decoder::parseApplication(std::uint64_t position, std::uint32_t size) {
     }
     const auto signatureBytes = static_cast<std::uint32_t>(signature.size());
     if (size >= signatureBytes) {
-        applicationChunks_.push_back(
-            {big32(signature.data()), position + signatureBytes, size - signatureBytes});
+        remember(
+            applicationChunks_,
+            ApplicationChunk{big32(signature.data()), position + signatureBytes, size - signatureBytes});
     }
     return {};
 }

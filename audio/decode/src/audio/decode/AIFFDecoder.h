@@ -27,8 +27,6 @@ public:
     std::vector<ApplicationChunk> applicationChunks() const override { return applicationChunks_; }
     /// From the "basc" chunk.
     LoopInfo loopInfo() const override { return loopInfo_; }
-    /// A chunk that is larger than the rest of the file.
-    std::vector<String> diagnostics() const override { return diagnostics_; }
     /// The entries of the "trns" chunk; empty where it is too short for its own count.
     const std::vector<TransientEntry>& transients() const { return transients_; }
 
@@ -53,7 +51,6 @@ private:
     LoopInfo loopInfo_;
     std::vector<TransientEntry> transients_;
     std::vector<ApplicationChunk> applicationChunks_;
-    std::vector<String> diagnostics_;
 };
 
 } // namespace Audio::Decode::AIFF

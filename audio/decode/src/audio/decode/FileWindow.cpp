@@ -34,6 +34,15 @@ expected<void, FileWindow::Error> FileWindow::open() {
     return {};
 }
 
+void FileWindow::reserveFor(std::uint64_t least) {
+    if (least > pageBytes) {
+        empty();
+        reserve(
+            static_cast<std::size_t>(least),
+            static_cast<std::size_t>(std::min(std::max(least, lastStep), size_) + pageBytes));
+    }
+}
+
 void FileWindow::close() {
     // Nothing was written that closing could lose.
     static_cast<void>(file_.close());

@@ -33,14 +33,17 @@ public:
     expected<void, Error> open();
     void close();
 
+    /// Allocates for views of at least so many bytes. Empties the window.
+    void reserveFor(std::uint64_t least);
+
     /// When it was opened; 0 where the system does not tell, and when closed.
     std::uint64_t size() const { return size_; }
     /// Bytes from position to the end; 0 past the end.
     std::uint64_t remaining(std::uint64_t position) const { return position < size_ ? size_ - position : 0; }
 
     /// The bytes at position: at least `least`, and as many more as the window holds. wanted: how many the
-    /// caller can use. Valid until the next call. Allocates only where `least` is larger than it has been and
-    /// than a page. Fewer bytes than `least` are an error; it is the file's own.
+    /// caller can use. Valid until the next call. Allocates only where `least` is larger than it has been,
+    /// than a page and than what was reserved. Fewer bytes than `least` are an error; it is the file's own.
     expected<std::span<const std::uint8_t>, Error>
     view(std::uint64_t position, std::uint64_t least, std::uint64_t wanted) {
         const std::uint64_t offset = position - begin_;

@@ -9,8 +9,6 @@ namespace Audio::Decode {
 
 namespace {
 
-constexpr std::size_t mostOtherChunks = std::size_t{1} << 22U;
-
 Result failed(const Util::File::Error& error) {
     return unexpected(Error(error));
 }
@@ -28,11 +26,14 @@ Result SampleFileDecoder::sync() {
     if (const auto opened = file_.open(); !opened) {
         return failed(opened.error());
     }
-    if (Result parsed = parse(); !parsed) {
+    if (Result parsed = withinMemory([this] { return parse(); }); !parsed) {
         clear();
         return parsed;
     }
     encoding_ = encoding();
+    if (encoding_) {
+        file_.reserveFor(frameBytes());
+    }
     synced_ = true;
     return {};
 }
@@ -48,6 +49,8 @@ void SampleFileDecoder::clear() {
     position_ = 0;
     encoding_ = {};
     otherChunks_.clear();
+    diagnostics_.clear();
+    leavesOut_ = false;
     forget();
 }
 
@@ -70,12 +73,6 @@ Result SampleFileDecoder::readAt(std::uint64_t position, void* buffer, std::size
         std::memcpy(buffer, bytes, count);
     }
     return result;
-}
-
-void SampleFileDecoder::addOtherChunk(const ChunkRecord& chunk) {
-    if (otherChunks_.size() < mostOtherChunks) {
-        otherChunks_.push_back(chunk);
-    }
 }
 
 checked_value<ChunkRecord> SampleFileDecoder::chunk(std::size_t index) const {

@@ -7,6 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <new>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace Audio::Decode {
 
@@ -33,6 +37,7 @@ public:
 
     std::size_t chunkCount() const final { return otherChunks_.size(); }
     checked_value<ChunkRecord> chunk(std::size_t index) const final;
+    std::vector<String> diagnostics() const final { return diagnostics_; }
 
 protected:
     /// Nothing is read of a file before sync. floatRefusal, int16Refusal: what to say, with %1 for the count,
@@ -54,9 +59,33 @@ protected:
     const std::uint8_t* bytesAt(std::uint64_t position, std::uint64_t count, Result& result);
     /// The same, copied.
     Result readAt(std::uint64_t position, void* buffer, std::size_t count);
-    /// Records a chunk, up to a number that no honest file comes near: what a file makes us remember must not
+    /// Of anything that a file lists: more than any honest file has. What a file makes us remember must not
     /// outgrow memory.
-    void addOtherChunk(const ChunkRecord& chunk);
+    static constexpr std::size_t mostRecords = std::size_t{1} << 22U;
+    /// Appends the record; from mostRecords on a diagnostic says that they are left out.
+    template<class Records, class Record>
+    void remember(Records& records, const Record& record) {
+        if (records.size() < mostRecords) {
+            records.push_back(record);
+        } else if (!leavesOut_) {
+            leavesOut_ = true;
+            addDiagnostic(String("More than %1 chunks of a kind; the rest is left out.").arg(mostRecords));
+        }
+    }
+    void addOtherChunk(const ChunkRecord& chunk) { remember(otherChunks_, chunk); }
+    void addDiagnostic(String text) { diagnostics_.push_back(std::move(text)); }
+    /// What a step gives that may need as much memory as the file has bytes. Where there is not so much, that
+    /// is an error of the file like any other.
+    template<class Step>
+    auto withinMemory(Step step) const -> decltype(step()) {
+        try {
+            return step();
+        } catch (const std::bad_alloc&) {
+            return unexpected(bad("Not enough memory for what the file holds"));
+        } catch (const std::length_error&) {
+            return unexpected(bad("Not enough memory for what the file holds"));
+        }
+    }
     const std::deque<ChunkRecord>& otherChunks() const { return otherChunks_; }
     std::uint64_t frameBytes() const;
 
@@ -86,6 +115,8 @@ private:
     std::uint64_t position_ = 0;
     checked_value<SampleEncoding> encoding_;
     std::deque<ChunkRecord> otherChunks_;
+    std::vector<String> diagnostics_;
+    bool leavesOut_ = false;
 };
 
 } // namespace Audio::Decode

@@ -18,8 +18,6 @@ constexpr std::uint64_t chunkHeaderBytes = 8;
 constexpr std::uint32_t sizeElsewhere = 0xFFFFFFFF;
 
 constexpr std::uint32_t largestDs64 = 996;
-/// Up to the data size and with it.
-constexpr std::uint32_t smallestDs64 = 16;
 
 constexpr std::uint32_t formatBytes = 16;
 constexpr std::uint32_t extensibleBytes = 40;
@@ -93,10 +91,12 @@ Result Decoder::parseDataSize(std::uint64_t& position) {
         return unexpected(bad("Invalid RF64 WAVE file: missing 'ds64' chunk"));
     }
     const std::uint32_t size = little32(bytes.data() + 4);
-    if (size > largestDs64 || size < smallestDs64) {
+    if (size > largestDs64) {
         return unexpected(bad("Invalid RF64 WAVE file: invalid size of 'ds64' chunk"));
     }
     position += chunkHeaderBytes;
+    // What the chunk is too short for reads as zeros, and not as whatever follows it.
+    bytes.fill(0);
     if (Result got = readAt(position, bytes.data(), size); !got) {
         return got;
     }

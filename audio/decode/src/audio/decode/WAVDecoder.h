@@ -33,7 +33,7 @@ public:
     /// The whole body of the "bext" chunk; empty where there is none.
     const std::vector<std::uint8_t>& bextData() const { return bextData_; }
 
-    /// These are read from the file when first asked for. Texts end at their first NUL.
+    /// These are read from the file, each time they are asked for. Texts end at their first NUL.
     /// Errors: "Invalid size for cue points", "Invalid size for label" (notes too), "Invalid size for labeled
     /// text"; the file's.
     expected<std::vector<CuePoint>, Error> cuePoints();

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 namespace Audio::Decode::WAV {
@@ -13,11 +13,25 @@ namespace Audio::Decode::WAV {
 namespace {
 
 constexpr std::uint64_t cuePointBytes = 24;
-/// Far more than anybody sets; room for all that a damaged count may claim would not be.
-constexpr std::uint32_t mostCuePoints = 1U << 22U;
 
 constexpr std::uint64_t cueTextBytes = 4;
 constexpr std::uint64_t labeledTextBytes = 20;
+
+/// Gives names away, to any number of things, up to a sum of bytes that no honest file comes near: one long
+/// label of many things would otherwise outgrow memory.
+class Names {
+public:
+    String give(const String& name) {
+        if (name.length() > left_) {
+            return {};
+        }
+        left_ -= name.length();
+        return name;
+    }
+
+private:
+    std::size_t left_ = std::size_t{1} << 26U;
+};
 
 CuePoint cuePointFrom(const std::uint8_t* bytes) {
     return {
@@ -33,15 +47,17 @@ CuePoint cuePointFrom(const std::uint8_t* bytes) {
 } // namespace
 
 expected<std::vector<CuePoint>, Error> Decoder::cuePoints() {
-    std::vector<CuePoint> points;
-    for (const ChunkRecord& chunk : otherChunks()) {
-        if (chunk.identifier == fourCC("cue ")) {
-            if (const Result got = readCuePoints(chunk, points); !got) {
-                return unexpected(got.error());
+    return withinMemory([this]() -> expected<std::vector<CuePoint>, Error> {
+        std::vector<CuePoint> points;
+        for (const ChunkRecord& chunk : otherChunks()) {
+            if (chunk.identifier == fourCC("cue ")) {
+                if (const Result got = readCuePoints(chunk, points); !got) {
+                    return unexpected(got.error());
+                }
             }
         }
-    }
-    return points;
+        return points;
+    });
 }
 
 Result Decoder::readCuePoints(const ChunkRecord& chunk, std::vector<CuePoint>& points) {
@@ -53,8 +69,11 @@ Result Decoder::readCuePoints(const ChunkRecord& chunk, std::vector<CuePoint>& p
         }
         count = little32(bytes.data());
     }
-    if (chunk.size < 4 || chunk.size - 4 != count * cuePointBytes || count > mostCuePoints) {
+    if (chunk.size < 4 || chunk.size - 4 != count * cuePointBytes) {
         return unexpected(bad("Invalid size for cue points"));
+    }
+    if (count > mostRecords - points.size()) {
+        return unexpected(bad("More than %1 cue points").arg(mostRecords));
     }
     std::uint64_t position = chunk.position + 4;
     for (std::uint32_t i = 0; i < count; ++i, position += cuePointBytes) {
@@ -123,22 +142,28 @@ Result Decoder::readText(std::uint64_t position, std::uint64_t size, String& tex
 }
 
 expected<std::vector<CueText>, Error> Decoder::cueTexts(std::uint32_t identifier) {
-    std::vector<CueText> texts;
-    const Result visited = visitList(identifier, [&](std::uint64_t position, std::uint64_t size) -> Result {
-        if (size < cueTextBytes) {
-            return unexpected(bad("Invalid size for label"));
+    return withinMemory([&]() -> expected<std::vector<CueText>, Error> {
+        std::vector<CueText> texts;
+        const Result visited =
+            visitList(identifier, [&](std::uint64_t position, std::uint64_t size) -> Result {
+                if (size < cueTextBytes) {
+                    return unexpected(bad("Invalid size for label"));
+                }
+                if (texts.size() == mostRecords) {
+                    return unexpected(bad("More than %1 labels").arg(mostRecords));
+                }
+                std::array<std::uint8_t, cueTextBytes> bytes{};
+                if (Result got = readAt(position, bytes.data(), bytes.size()); !got) {
+                    return got;
+                }
+                texts.push_back({little32(bytes.data()), {}});
+                return readText(position + cueTextBytes, size - cueTextBytes, texts.back().text);
+            });
+        if (!visited) {
+            return unexpected(visited.error());
         }
-        std::array<std::uint8_t, cueTextBytes> bytes{};
-        if (Result got = readAt(position, bytes.data(), bytes.size()); !got) {
-            return got;
-        }
-        texts.push_back({little32(bytes.data()), {}});
-        return readText(position + cueTextBytes, size - cueTextBytes, texts.back().text);
+        return texts;
     });
-    if (!visited) {
-        return unexpected(visited.error());
-    }
-    return texts;
 }
 
 expected<std::vector<CueText>, Error> Decoder::labels() {
@@ -150,32 +175,37 @@ expected<std::vector<CueText>, Error> Decoder::notes() {
 }
 
 expected<std::vector<LabeledText>, Error> Decoder::labeledText() {
-    std::vector<LabeledText> texts;
-    const Result visited =
-        visitList(fourCC("ltxt"), [&](std::uint64_t position, std::uint64_t size) -> Result {
-            if (size < labeledTextBytes) {
-                return unexpected(bad("Invalid size for labeled text"));
-            }
-            std::array<std::uint8_t, labeledTextBytes> bytes{};
-            if (Result got = readAt(position, bytes.data(), bytes.size()); !got) {
-                return got;
-            }
-            texts.push_back({
-                .cueIdentifier = little32(bytes.data()),
-                .sampleLength = little32(bytes.data() + 4),
-                .purpose = big32(bytes.data() + 8),
-                .country = little16(bytes.data() + 12),
-                .language = little16(bytes.data() + 14),
-                .dialect = little16(bytes.data() + 16),
-                .codePage = little16(bytes.data() + 18),
-                .text = {},
+    return withinMemory([&]() -> expected<std::vector<LabeledText>, Error> {
+        std::vector<LabeledText> texts;
+        const Result visited =
+            visitList(fourCC("ltxt"), [&](std::uint64_t position, std::uint64_t size) -> Result {
+                if (size < labeledTextBytes) {
+                    return unexpected(bad("Invalid size for labeled text"));
+                }
+                if (texts.size() == mostRecords) {
+                    return unexpected(bad("More than %1 labeled texts").arg(mostRecords));
+                }
+                std::array<std::uint8_t, labeledTextBytes> bytes{};
+                if (Result got = readAt(position, bytes.data(), bytes.size()); !got) {
+                    return got;
+                }
+                texts.push_back({
+                    .cueIdentifier = little32(bytes.data()),
+                    .sampleLength = little32(bytes.data() + 4),
+                    .purpose = big32(bytes.data() + 8),
+                    .country = little16(bytes.data() + 12),
+                    .language = little16(bytes.data() + 14),
+                    .dialect = little16(bytes.data() + 16),
+                    .codePage = little16(bytes.data() + 18),
+                    .text = {},
+                });
+                return readText(position + labeledTextBytes, size - labeledTextBytes, texts.back().text);
             });
-            return readText(position + labeledTextBytes, size - labeledTextBytes, texts.back().text);
-        });
-    if (!visited) {
-        return unexpected(visited.error());
-    }
-    return texts;
+        if (!visited) {
+            return unexpected(visited.error());
+        }
+        return texts;
+    });
 }
 
 expected<std::vector<Marker>, Error> Decoder::markers() {
@@ -183,21 +213,26 @@ expected<std::vector<Marker>, Error> Decoder::markers() {
     if (!points) {
         return unexpected(points.error());
     }
-    const auto names = labels();
-    if (!names) {
-        return unexpected(names.error());
+    const auto labelled = labels();
+    if (!labelled) {
+        return unexpected(labelled.error());
     }
-    std::unordered_map<std::uint32_t, const String*> nameOf;
-    for (const CueText& label : *names) {
-        nameOf.emplace(label.cueIdentifier, &label.text);
-    }
-    std::vector<Marker> result;
-    for (const CuePoint& point : *points) {
-        const auto name = nameOf.find(point.identifier);
-        result.push_back(
-            {point.identifier, point.sampleOffset, name == nameOf.end() ? String() : *name->second});
-    }
-    return result;
+    return withinMemory([&]() -> expected<std::vector<Marker>, Error> {
+        // Ordered: identifiers come from the file, which may choose them so that hashes collide.
+        std::map<std::uint32_t, const String*> nameOf;
+        for (const CueText& label : *labelled) {
+            nameOf.emplace(label.cueIdentifier, &label.text);
+        }
+        Names names;
+        std::vector<Marker> result;
+        for (const CuePoint& point : *points) {
+            const auto name = nameOf.find(point.identifier);
+            result.push_back(
+                {point.identifier, point.sampleOffset,
+                 name == nameOf.end() ? String() : names.give(*name->second)});
+        }
+        return result;
+    });
 }
 
 expected<std::vector<Region>, Error> Decoder::regions() {
@@ -209,21 +244,24 @@ expected<std::vector<Region>, Error> Decoder::regions() {
     if (!texts) {
         return unexpected(texts.error());
     }
-    std::unordered_map<std::uint32_t, const Marker*> markerOf;
-    for (const Marker& point : *points) {
-        markerOf.emplace(point.identifier, &point);
-    }
-    std::vector<Region> result;
-    for (const LabeledText& text : *texts) {
-        const auto found = markerOf.find(text.cueIdentifier);
-        if (found != markerOf.end() && text.sampleLength != 0) {
-            const Marker& from = *found->second;
-            result.push_back(
-                {from.identifier, from.frame, text.sampleLength,
-                 text.text.isEmpty() ? from.name : text.text});
+    return withinMemory([&]() -> expected<std::vector<Region>, Error> {
+        std::map<std::uint32_t, const Marker*> markerOf;
+        for (const Marker& point : *points) {
+            markerOf.emplace(point.identifier, &point);
         }
-    }
-    return result;
+        Names names;
+        std::vector<Region> result;
+        for (const LabeledText& text : *texts) {
+            const auto found = markerOf.find(text.cueIdentifier);
+            if (found != markerOf.end() && text.sampleLength != 0) {
+                const Marker& from = *found->second;
+                result.push_back(
+                    {from.identifier, from.frame, text.sampleLength,
+                     text.text.isEmpty() ? names.give(from.name) : text.text});
+            }
+        }
+        return result;
+    });
 }
 
 } // namespace Audio::Decode::WAV
