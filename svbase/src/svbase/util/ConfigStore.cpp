@@ -1,5 +1,6 @@
 #include "svbase/util/ConfigStore.h"
 
+#include "svbase/util/EscapedWord.h"
 #include "svbase/util/Unicode.h"
 
 #include <algorithm>
@@ -16,7 +17,6 @@ namespace {
 constexpr std::string_view firstLine = "Preferences of Tarvik Plugin Scanner, format 1";
 constexpr std::string_view lastLine = "end";
 constexpr std::string_view nothing = "-";
-constexpr std::string_view hexadecimal = "0123456789abcdef";
 
 std::string folded(std::string_view name) {
     std::string result(name);
@@ -48,67 +48,15 @@ std::optional<std::vector<std::string_view>> components(std::string_view path) {
     return names;
 }
 
-bool needsEscape(char c) {
-    return static_cast<unsigned char>(c) <= ' ' || c == '%' || c == '\x7F';
-}
-
-void appendByte(std::string& out, std::uint8_t byte) {
-    out.push_back(hexadecimal[byte >> 4U]);
-    out.push_back(hexadecimal[byte & 15U]);
-}
-
-void appendWord(std::string& out, std::string_view text) {
-    out.push_back(' ');
-    if (text.empty()) {
-        out += nothing;
-        return;
-    }
-    for (const char c : text) {
-        if (needsEscape(c) || text == nothing) {
-            out.push_back('%');
-            appendByte(out, static_cast<std::uint8_t>(c));
-        } else {
-            out.push_back(c);
-        }
-    }
-}
-
 /// The whole word as a number.
 template<class T>
-std::optional<T> numberOf(std::string_view word, int base) {
+std::optional<T> numberOf(std::string_view word) {
     T number = 0;
     const char* const begin =
         word.data(); // NOLINT(bugprone-suspicious-stringview-data-usage): the end goes with it
     const char* const end = begin + word.size();
-    const auto [stopped, error] = std::from_chars(begin, end, number, base);
+    const auto [stopped, error] = std::from_chars(begin, end, number);
     return error == std::errc() && stopped == end ? std::optional(number) : std::nullopt;
-}
-
-std::optional<std::uint8_t> byteOf(std::string_view twoDigits) {
-    return twoDigits.size() == 2 ? numberOf<std::uint8_t>(twoDigits, 16) : std::nullopt;
-}
-
-std::optional<std::string> textOf(std::string_view word) {
-    std::string text;
-    if (word == nothing) {
-        return text;
-    }
-    for (std::size_t i = 0; i < word.size(); ++i) {
-        if (word[i] != '%') {
-            if (needsEscape(word[i])) {
-                return std::nullopt;
-            }
-            text.push_back(word[i]);
-            continue;
-        }
-        const auto byte = byteOf(word.substr(i + 1, 2));
-        if (!byte) {
-            return std::nullopt;
-        }
-        text.push_back(static_cast<char>(*byte));
-        i += 2;
-    }
-    return text.empty() ? std::nullopt : std::optional(text);
 }
 
 std::optional<std::vector<std::uint8_t>> dataOf(std::string_view word) {
@@ -118,25 +66,13 @@ std::optional<std::vector<std::uint8_t>> dataOf(std::string_view word) {
     }
     data.reserve(word.size() / 2);
     for (; !word.empty(); word.remove_prefix(2)) {
-        const auto byte = byteOf(word.substr(0, 2));
+        const auto byte = hexByteOf(word.substr(0, 2));
         if (!byte) {
             return std::nullopt;
         }
         data.push_back(*byte);
     }
     return data.empty() ? std::nullopt : std::optional(data);
-}
-
-std::vector<std::string_view> wordsOf(std::string_view line) {
-    std::vector<std::string_view> words;
-    for (;;) {
-        const std::size_t blank = line.find(' ');
-        words.push_back(line.substr(0, blank));
-        if (blank == std::string_view::npos) {
-            return words;
-        }
-        line.remove_prefix(blank + 1);
-    }
 }
 
 } // namespace
@@ -155,19 +91,19 @@ struct ConfigStore::Node {
     void append(std::string& out, const std::string& path) const {
         if (!path.empty() && below.empty() && values.empty()) {
             out += "key";
-            appendWord(out, path);
+            out += " " + escapedWord(path);
             out.push_back('\n');
         }
         for (const auto& [key, named] : values) {
             out += "value";
-            appendWord(out, path);
-            appendWord(out, named.name);
+            out += " " + escapedWord(path);
+            out += " " + escapedWord(named.name);
             out += " " + std::to_string(named.value.type) + " ";
             if (named.value.data.empty()) {
                 out += nothing;
             }
             for (const std::uint8_t byte : named.value.data) {
-                appendByte(out, byte);
+                appendHexByte(out, byte);
             }
             out.push_back('\n');
         }
@@ -222,15 +158,15 @@ bool ConfigStore::readLine(std::string_view line) {
     if (!isKey && (words.size() != 5 || words[0] != "value")) {
         return false;
     }
-    const auto path = textOf(words[1]);
+    const auto path = textOfWord(words[1]);
     if (!path) {
         return false;
     }
     if (isKey) {
         return create(String(*path)) != nullptr;
     }
-    const auto name = textOf(words[2]);
-    const auto type = numberOf<std::uint32_t>(words[3], 10);
+    const auto name = textOfWord(words[2]);
+    const auto type = numberOf<std::uint32_t>(words[3]);
     auto data = dataOf(words[4]);
     if (!name || !type || !data) {
         return false;
