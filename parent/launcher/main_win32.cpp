@@ -1,23 +1,33 @@
 // TarvikScannerLauncher: the Windows side's guardian for a parent that is no Windows process.
 //
 // usage: TarvikScannerLauncher SCANNER ENDPOINT
+//        TarvikScannerLauncher --list-directx
 //
-// Starts the scanner in a job object, waits for its end and prints "ended CODE", the whole 32-bit exit code
-// in decimal, on its standard output; or, when the scanner cannot be started, "failed" and the reason. When
-// this process goes, its job goes, and with it everything that a plug-in left behind. It goes when the
-// scanner does, or when its standard input ends: its parent holds the other end, and lets go of it however it
-// ends itself.
+// The first starts the scanner in a job object, waits for its end and prints "ended CODE", the whole 32-bit
+// exit code in decimal, on its standard output; or, when the scanner cannot be started, "failed" and the
+// reason. When this process goes, its job goes, and with it everything that a plug-in left behind. It goes
+// when the scanner does, or when its standard input ends: its parent holds the other end, and lets go of it
+// however it ends itself.
 //
-// Exit code: 0 after "ended", 1 for a wrong command line, 2 after "failed", 3 when the input ended, 4 when
-// the scanner's code is not to be had (nothing printed).
+// The second prints the list of the audio filters that are registered here, in the form of
+// parent/FilterListText.h. It too goes when its input ends.
+//
+// Exit code: 0 after "ended" or the list, 1 for a wrong command line, 2 after "failed", 3 when the input
+// ended, 4 when the scanner's code is not to be had (nothing printed), or the list could not be written.
 
 #include "parent/ChildProcess.h"
+#include "parent/DirectXRegistry_win32.h"
+#include "parent/FilterListText.h"
 
 #include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
 
 #include <cstdio>
 #include <future>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -41,9 +51,21 @@ int say(const char* word, const char* what) {
     return std::fflush(stdout);
 }
 
+int listFilters() {
+    std::thread(endWithInput).detach();
+    const std::string text = Tarvik::filterListText(Tarvik::registeredDirectXFilters());
+    // Lines as they are.
+    _setmode(_fileno(stdout), _O_BINARY);
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    return std::fflush(stdout) == 0 && written ? exitEnded : exitUnknown;
+}
+
 } // namespace
 
 int wmain(int count, wchar_t** arguments) {
+    if (count == 2 && std::wstring_view(arguments[1]) == L"--list-directx") {
+        return listFilters();
+    }
     if (count != 3) {
         return exitUsage;
     }

@@ -1,0 +1,46 @@
+#include "parent/LauncherCommand_posix.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace Tarvik {
+namespace {
+
+class LauncherCommand : public testing::Test {
+protected:
+    void SetUp() override {
+        setenv("TARVIK_WINE", "chosen wine", 1);
+        folder_ = std::filesystem::path(testing::TempDir()) / "launcher-command";
+        std::filesystem::create_directories(folder_);
+    }
+    void TearDown() override {
+        std::filesystem::remove_all(folder_);
+        unsetenv("TARVIK_WINE");
+    }
+
+    std::filesystem::path folder_;
+};
+
+TEST_F(LauncherCommand, The_launcher_beside_the_scanner_gets_the_arguments) {
+    const auto launcher = folder_ / "TarvikScannerLauncher.exe";
+    std::ofstream(launcher) << "stands there";
+    const auto command = launcherCommand(String((folder_ / "scanner.exe").string()), {"a", "b c"});
+    ASSERT_TRUE(command);
+    EXPECT_THAT(
+        *command,
+        testing::ElementsAre(String("chosen wine"), String(launcher.string()), String("a"), String("b c")));
+}
+
+TEST_F(LauncherCommand, A_launcher_that_is_not_there_is_named) {
+    std::filesystem::remove(folder_ / "TarvikScannerLauncher.exe");
+    const auto command = launcherCommand(String((folder_ / "scanner.exe").string()), {});
+    ASSERT_FALSE(command);
+    EXPECT_EQ(command.error(), "Cannot find " + String((folder_ / "TarvikScannerLauncher.exe").string()));
+}
+
+} // namespace
+} // namespace Tarvik
