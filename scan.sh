@@ -38,7 +38,7 @@ for argument; do
   if [ $skip = 1 ]; then skip=0; continue; fi
   case $argument in
     --scanner | --known | --vendor | --product | --time-limit) skip=1 ;;
-    --identifier | --identifier=*) targets=1 ;;
+    --identifier | --identifier=* | --directx) targets=1 ;;
     -*) ;;
     *) targets=1 ;;
   esac

@@ -78,6 +78,17 @@ std::string withControlsEscaped(std::string_view json) {
     return result;
 }
 
+/// What the table has in its column of names.
+std::string nameCell(const ScanOutcome& outcome) {
+    const bool isNamed = !outcome.name.isEmpty() || !outcome.registration.valid;
+    const std::string name = printable((isNamed ? outcome.name : outcome.registration.value.name).view());
+    const std::string detail = printable(detailText(outcome));
+    if (detail.empty()) {
+        return name;
+    }
+    return name.empty() ? detail : fmt::format("{} ({})", name, detail);
+}
+
 double seconds(const ScanOutcome& outcome) {
     return static_cast<double>(outcome.duration.count()) / 1000.0;
 }
@@ -96,6 +107,16 @@ std::string outcomeText(const ScanOutcome& outcome) {
     return text;
 }
 
+std::string detailText(const ScanOutcome& outcome) {
+    std::string text = outcome.detail.toStdString();
+    if (outcome.registration.valid) {
+        const String lack = outcome.registration.value.lack();
+        text += text.empty() || lack.isEmpty() ? "" : "; ";
+        text += lack.view();
+    }
+    return text;
+}
+
 std::string identifierText(const ScanOutcome& outcome) {
     return printable(toldIdentifier(outcome).view());
 }
@@ -105,11 +126,8 @@ std::string tableText(const std::vector<ScanOutcome>& outcomes) {
     std::vector<Row> rows{{"Result", "Name", "Identifier", "Seconds"}};
     for (const ScanOutcome& outcome : outcomes) {
         rows.push_back(
-            {outcomeText(outcome), printable(outcome.name.view()), identifierText(outcome),
+            {outcomeText(outcome), nameCell(outcome), identifierText(outcome),
              fmt::format("{:.2f}", seconds(outcome))});
-        if (!outcome.detail.isEmpty()) {
-            rows.back()[1] = printable(outcome.detail.view());
-        }
     }
     const auto columns = [](const std::string& text) {
         return static_cast<std::size_t>(std::count_if(
@@ -148,8 +166,15 @@ std::string jsonText(const std::vector<ScanOutcome>& outcomes) {
         if (outcome.exit.valid && !outcome.exit.value.unknown) {
             entry["exitCode"] = outcome.exit.value.code;
         }
-        if (!outcome.detail.isEmpty()) {
-            setText(entry, "detail", outcome.detail.view());
+        if (const std::string detail = detailText(outcome); !detail.empty()) {
+            setText(entry, "detail", detail);
+        }
+        if (outcome.registration.valid) {
+            const Tarvik::DirectXFilter& filter = outcome.registration.value;
+            entry["registration"] = Tarvik::registrationName(filter.registration);
+            setText(entry, "registeredName", filter.name.view());
+            setText(entry, "listedName", filter.listedName.view());
+            setText(entry, "module", filter.module.view());
         }
         list.append(entry);
     }

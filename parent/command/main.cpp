@@ -1,8 +1,11 @@
-// tarvik-scan: files and folders in, one scanner process per plug-in, a table or JSON out.
+// tarvik-scan: files, folders and what is registered in, one scanner process per plug-in, a table or JSON
+// out.
 
 #include "Report.h"
 
 #include "command/Arguments.h"
+#include "command/PrintableText.h"
+#include "parent/DirectXFilters.h"
 #include "parent/PluginFinder.h"
 #include "parent/ScanRunner.h"
 
@@ -23,7 +26,7 @@ enum ExitCode {
     /// Bad command line, or a path that is not there.
     exitUsage = 2,
     /// At least one scanner process did not do its part: not started, not connected, out of protocol; or what
-    /// was asked for cannot be handed to it.
+    /// was asked for cannot be handed to it; or what is registered cannot be told, or not all of it.
     exitScanner = 3,
 };
 
@@ -35,7 +38,12 @@ struct Options {
     std::string vendor = "Tarvik";
     std::string product = "tarvik-scan";
     double timeLimit = 75;
+    bool directX = false;
     bool json = false;
+
+    std::chrono::milliseconds limit() const {
+        return std::chrono::milliseconds(static_cast<long long>(timeLimit * 1000));
+    }
 };
 
 /// TARVIK_SCANNER, or the scanner beside this program, or the one of the Windows build beside the native
@@ -100,10 +108,25 @@ int scan(const Options& options) {
         return exitUsage;
     }
 
+    const Tarvik::ScannerSettings settings{
+        String(options.scanner), String(options.vendor), String(options.product)};
+    const std::size_t asked = plugins.size();
+    Tarvik::DirectXFilterList registered;
+    if (options.directX) {
+        auto list = Tarvik::listDirectXFilters(settings, options.limit());
+        if (!list) {
+            fmt::print(stderr, "tarvik-scan: {}\n", printable(list.error().view()));
+            return exitScanner;
+        }
+        registered = std::move(list).value();
+        for (const Tarvik::DirectXFilter& filter : registered.filters) {
+            plugins.push_back(filter.identifier());
+        }
+    }
+
     Tarvik::ScanLimits limits;
-    limits.total = std::chrono::milliseconds(static_cast<long long>(options.timeLimit * 1000));
-    Tarvik::ScanRunner runner(
-        {String(options.scanner), String(options.vendor), String(options.product)}, limits);
+    limits.total = options.limit();
+    Tarvik::ScanRunner runner(settings, limits);
     std::size_t done = 0;
     const bool showProgress = standardErrorIsTerminal();
     const auto progress = [&](const Tarvik::ScanOutcome& outcome) {
@@ -113,11 +136,18 @@ int scan(const Options& options) {
             std::fflush(stderr);
         }
     };
-    const std::vector<Tarvik::ScanOutcome> outcomes = runner.run(plugins, known, progress);
+    std::vector<Tarvik::ScanOutcome> outcomes = runner.run(plugins, known, progress);
+    for (std::size_t i = 0; i < registered.filters.size(); ++i) {
+        outcomes[asked + i].registration = registered.filters[i];
+    }
     if (showProgress) {
         fmt::print(stderr, "\r\x1b[K");
     }
     fmt::print("{}", options.json ? jsonText(outcomes) : tableText(outcomes));
+    if (!registered.problem.isEmpty()) {
+        fmt::print(stderr, "tarvik-scan: {}\n", printable(registered.problem.view()));
+        return exitScanner;
+    }
     return exitCode(outcomes);
 }
 
@@ -129,12 +159,16 @@ int main(int count, char** arguments) {
     CLI::App app("Scans audio plug-ins, each in a process of its own.", "tarvik-scan");
     app.footer("Exit codes: 0 every plug-in was reported;\n"
                "1 a plug-in crashed, hung, ended or corrupted its process;\n"
-               "2 bad command line or no such path; 3 a scanner process could not do its part.");
+               "2 bad command line or no such path; 3 a scanner process could not do its part,\n"
+               "or the registered filters cannot be listed.");
     app.add_option("path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
     app.add_option(
            "--identifier", options.identifiers,
            "A plug-in by its identifier, such as \"VST: 'abcd',C:\\a.dll\"")
         ->allow_extra_args(false);
+    app.add_flag(
+        "--directx", options.directX,
+        "All audio filters that are registered; what is missing of one stands beside its name");
     app.add_option(
            "--known", options.known, "An identifier that is already known; what equals it reports \"known\"")
         ->allow_extra_args(false);
@@ -152,8 +186,8 @@ int main(int count, char** arguments) {
         std::vector<std::string> reversed = commandLineArguments(count, arguments);
         std::reverse(reversed.begin(), reversed.end());
         app.parse(std::move(reversed));
-        if (options.paths.empty() && options.identifiers.empty()) {
-            throw CLI::RequiredError("A path or an identifier");
+        if (options.paths.empty() && options.identifiers.empty() && !options.directX) {
+            throw CLI::RequiredError("A path, an identifier or --directx");
         }
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitReported : exitUsage;

@@ -108,6 +108,61 @@ TEST(Report, Json_tells_verdict_blame_and_code) {
     EXPECT_EQ(json.find("\"result\""), std::string::npos);
 }
 
+/// Of a filter, with its registration.
+ScanOutcome filter(DirectXFilter::Registration registration, const char* registeredName, const char* name) {
+    ScanOutcome outcome = reported(name);
+    DirectXFilter registered;
+    registered.classId = ClassIdFromString("0A000000-0000-4000-8000-00000000AFFE");
+    registered.name = registeredName;
+    registered.registration = registration;
+    registered.module = "C:\\no.dll";
+    outcome.asked = outcome.identifier = registered.identifier();
+    outcome.registration = registered;
+    return outcome;
+}
+
+TEST(Report, What_a_filters_registration_lacks_stands_beside_its_name_or_in_its_place) {
+    using Registration = DirectXFilter::Registration;
+    ScanOutcome listed = filter(Registration::complete, "", "");
+    listed.registration.value.listedName = "L\x1b";
+    const std::string identifier = "  DX: 0A000000-0000-4000-8000-00000000AFFE     1.23\n";
+    EXPECT_EQ(
+        tableText(
+            {filter(Registration::complete, "Gain", "Gain"), filter(Registration::complete, "", ""), listed,
+             filter(Registration::moduleMissing, "Gain", ""), filter(Registration::noModule, "Gain", ""),
+             filter(Registration::noClass, "", "")}),
+        "Result  Name                                     Identifier                                Seconds\n"
+        "effect  Gain                                   " +
+            identifier + "effect  no name registered                     " + identifier +
+            "effect  no name registered, listed as \"L\xEF\xBF\xBD\"     " + identifier +
+            "effect  Gain (module missing: C:\\no.dll)       " + identifier +
+            "effect  Gain (class without a module)          " + identifier +
+            "effect  no name registered; no class registered" + identifier);
+}
+
+TEST(Report, What_stood_in_the_way_and_what_is_lacking_are_both_told) {
+    ScanOutcome outcome = filter(DirectXFilter::Registration::noModule, "Gain", "");
+    outcome.verdict = ScanVerdict::notStarted;
+    outcome.detail = "No Wine";
+    EXPECT_EQ(detailText(outcome), "No Wine; class without a module");
+    outcome.registration.value.registration = DirectXFilter::Registration::complete;
+    EXPECT_EQ(detailText(outcome), "No Wine");
+    EXPECT_NE(tableText({outcome}).find("Gain (No Wine)"), std::string::npos);
+}
+
+TEST(Report, Json_tells_a_filters_registration) {
+    ScanOutcome outcome = filter(DirectXFilter::Registration::moduleMissing, "G\xE9", "");
+    outcome.registration.value.listedName = "Listed";
+    const std::string json = jsonText({outcome});
+    EXPECT_NE(json.find("\"registration\" : \"module missing\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"registeredName\" : \"G\xEF\xBF\xBD\""), std::string::npos);
+    EXPECT_NE(json.find("\"registeredNameBytes\" : \"47e9\""), std::string::npos);
+    EXPECT_NE(json.find("\"listedName\" : \"Listed\""), std::string::npos);
+    EXPECT_NE(json.find("\"module\" : \"C:\\\\no.dll\""), std::string::npos);
+    EXPECT_NE(json.find("\"detail\" : \"module missing: C:\\\\no.dll\""), std::string::npos);
+    EXPECT_EQ(jsonText({reported("")}).find("regist"), std::string::npos);
+}
+
 TEST(Report, No_outcome_is_an_empty_array) {
     EXPECT_EQ(jsonText({}), "[]\n");
 }

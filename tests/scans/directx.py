@@ -4,8 +4,10 @@ import contextlib
 import os
 import pathlib
 import re
+import struct
 import subprocess
 import tempfile
+import uuid
 
 import support
 from support import peer
@@ -87,15 +89,44 @@ def keys(entries):
         import_registry("".join(f"[-HKEY_CLASSES_ROOT\\{path}]\n\n" for path in entries))
 
 
+ANY_TYPE = uuid.UUID(int=0)
+AUDIO = uuid.UUID("73647561-0000-0010-8000-00AA00389B71")
+
+
+def major_types(data):
+    """For each pin of a filter the major types that it is registered with, from the published binary form."""
+    (count,) = struct.unpack_from("<8xI", data)
+    at = 16
+    pins = []
+    for _ in range(count):
+        types, media, *_ = struct.unpack_from("<12xII", data, at)
+        at += 24
+        pins.append(set())
+        for _ in range(types):
+            (major,) = struct.unpack_from("<8xI", data, at)
+            pins[-1].add(uuid.UUID(bytes_le=data[major:major + 16]))
+            at += 16
+        at += 4 * media
+    return pins
+
+
 def platform_filters():
-    """Class identifiers of everything that the platform itself has in the categories, by what it calls them; read by
-    its own tool."""
+    """What the platform calls each of its own filters in the categories, by class identifier; read by its own tool."""
+    return {identifier: name for identifier, (name, _) in platform_registrations().items()}
+
+
+def platform_registrations():
+    """The same with the major types of the filter's pins. A class that stands there more than once has the pins of
+    all."""
     found = {}
     for category in CATEGORIES.values():
         _, text = run("reg", "query", rf"HKCR\CLSID\{{{category}}}\Instance", "/s")
         for block in text.split("\n\n"):
             name = re.search(r"^\s+FriendlyName\s+REG_SZ\s+(.*)$", block, re.MULTILINE)
             identifier = re.search(r"^\s+CLSID\s+REG_SZ\s+\{(.*)\}$", block, re.MULTILINE)
+            data = re.search(r"^\s+FilterData\s+REG_BINARY\s+([0-9A-F]*)$", block, re.MULTILINE)
             if identifier and "-5456-4B54-" not in identifier[1].upper():
-                found[identifier[1].upper()] = name[1] if name else ""
+                _, pins = found.get(identifier[1].upper(), ("", []))
+                pins = pins + major_types(bytes.fromhex(data[1])) if data else pins
+                found[identifier[1].upper()] = (name[1] if name else "", pins)
     return found

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "parent/ChildProcess.h"
+#include "parent/DirectXFilter.h"
 #include "protocol/PluginIdentifier.h"
 #include "protocol/ScanResult.h"
 
@@ -65,6 +66,8 @@ struct ScanOutcome {
     std::chrono::milliseconds duration{0};
     /// What stood in the way, for the verdicts notStarted, notAddressable, protocolViolation and corrupted.
     String detail;
+    /// What the registry tells of the filter. Only where whoever asked for the scan knows, and sets it.
+    checked_value<DirectXFilter> registration;
 };
 
 } // namespace Tarvik
