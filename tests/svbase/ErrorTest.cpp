@@ -1,5 +1,6 @@
 #include "svbase/util/Error.h"
 
+#include "support/VirtualSlot.h"
 #include "svbase/util/expected.h"
 
 #include <gtest/gtest.h>
@@ -27,6 +28,13 @@ std::vector<std::string> arguments(const Util::Error& error) {
         result.push_back(argument.toStdString());
     }
     return result;
+}
+
+TEST(Error, Its_operations_stand_in_their_published_order) {
+    using Util::Error;
+    EXPECT_EQ(
+        virtualSlots(&Error::category, &Error::code, &Error::format, &Error::arguments, &Error::message),
+        slotsFrom(destructorSlots, 5));
 }
 
 TEST(Error, Holds_category_code_format_and_arguments) {

@@ -1,10 +1,16 @@
 #include "svbase/util/Exception.h"
 
+#include "support/VirtualSlot.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 
 namespace {
+
+TEST(Exception, Its_description_stands_behind_the_destructor) {
+    EXPECT_EQ(virtualSlot(&Exception::Base::description), destructorSlots);
+}
 
 TEST(Exception, Has_no_location_at_first) {
     const Exception::Base exception("Broken");

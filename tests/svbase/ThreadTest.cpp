@@ -1,4 +1,5 @@
 #include "svbase/util/Thread.h"
+#include "support/VirtualSlot.h"
 #include "svbase/util/FunctionThread.h"
 
 #include <atomic>
@@ -43,6 +44,15 @@ protected:
 private:
     std::function<void()> work_;
 };
+
+struct OpenThread : Thread {
+    using Thread::cleanUp;
+    using Thread::run;
+};
+
+TEST(Thread, Its_operations_stand_in_their_published_order) {
+    EXPECT_EQ(virtualSlots(&OpenThread::cleanUp, &OpenThread::run), slotsFrom(destructorSlots, 2));
+}
 
 /// A thread that runs until it is told to stop.
 struct Gate {
