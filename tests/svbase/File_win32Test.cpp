@@ -1,10 +1,12 @@
 #include "svbase/util/Directory.h"
 #include "svbase/util/File.h"
 
+#include "svbase/LostDescriptor_win32.h"
 #include "svbase/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -56,6 +58,21 @@ TEST(Win32File, Paths_longer_than_260_units_work) {
     EXPECT_EQ(file.size(), 3U);
     EXPECT_TRUE(file.exists());
     EXPECT_TRUE(file.modificationTime());
+}
+
+TEST(Win32File, A_failure_to_write_the_rest_out_shows_at_closing) {
+    const TemporaryDirectory directory;
+    const int descriptor = nextDescriptor();
+    File file(directory / u8"a");
+    ASSERT_TRUE(file.open(File::Write));
+    ASSERT_TRUE(file.write("x", 1));
+    ASSERT_EQ(_close(descriptor), 0);
+    const auto closed = file.close();
+    ASSERT_FALSE(closed);
+    EXPECT_EQ(closed.error().code(), 5U);
+    EXPECT_EQ(closed.error().message().toStdString(), "Close failed");
+    EXPECT_EQ(closed.error().osError(), unsigned{EBADF});
+    EXPECT_FALSE(file.isOpen());
 }
 
 // Here and not among the portable tests: the sanitizers end a program that asks for so much.
