@@ -1,5 +1,7 @@
 #include "svbase/util/FunctionThread.h"
 
+#include "svbase/WithoutThreads_posix.h"
+
 #include <future>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -49,6 +51,20 @@ TEST(Thread, Tells_the_system_the_first_15_bytes_of_its_name) {
     thread.start();
     thread.join();
     EXPECT_STREQ(seen, "Sixteen letters");
+}
+
+TEST(Thread, Without_a_thread_to_give_start_says_so_and_may_be_tried_again) {
+    int runs = 0;
+    FunctionThread thread([&] { ++runs; }, "none");
+    {
+        const WithoutThreads none;
+        EXPECT_FALSE(thread.start());
+        EXPECT_EQ(thread.state(), Thread::State::Idle);
+        EXPECT_TRUE(thread.join());
+    }
+    EXPECT_TRUE(thread.start());
+    EXPECT_TRUE(thread.join());
+    EXPECT_EQ(runs, 1);
 }
 
 TEST(ThreadDeathTest, Destroying_a_running_one_ends_the_process) {
