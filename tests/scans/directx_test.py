@@ -1,7 +1,7 @@
 """Scans of DirectX identifiers: the test filters, which say and do what they were written for, and every filter that the
-platform itself has. Prints one table: the filter, the verdict, the exit code, the seconds.
+platform itself has. Prints one table: the filter, the parent's verdict, the exit code, the report's result, the seconds.
 
-directx_test.py [unittest arguments]
+directx_test.py COMMAND... [-- unittest arguments]    the command line that starts one of tarvik-scan's builds
 
 Filters are registered for as long as a class of tests runs, so that only one such suite may run at a time in a prefix.
 """
@@ -11,9 +11,9 @@ import unittest
 
 import directx
 import support
+from fates import (ACCESS_VIOLATION, HANG, PATIENCE, TURNED_DOWN, USUAL_END, command, crash, fate_of, print_table, run,
+                   run_all)
 from support import peer
-from watching import (ACCESS_VIOLATION, HANG, PATIENCE, REPORT, TURNED_DOWN, USUAL_END, WATCHDOG, Fate, crash, print_table,
-                      watch_all)
 
 # What becomes of a scan of each, and the name that it reports.
 RESULTS = {
@@ -44,7 +44,7 @@ PLACES = ("creation", "EnumPins", "QueryAccept", "ReceiveConnection", "Run", "de
 FATES = {}
 for place in PLACES:
     FATES["crash_in_" + place] = crash(ACCESS_VIOLATION)
-    FATES["hang_in_" + place] = Fate(HANG, WATCHDOG)
+    FATES["hang_in_" + place] = HANG
     # What is thrown makes a filter fail to load; what it throws while it goes, is dropped.
     FATES["throw_in_" + place] = USUAL_END if place == "destruction" else TURNED_DOWN
     FATES["msvc_throw_in_" + place] = USUAL_END if place == "destruction" else TURNED_DOWN
@@ -118,28 +118,33 @@ class Reports(unittest.TestCase):
 
 
 class Vices(unittest.TestCase):
-    """The filters that crash, hang and throw, as the parent that has to find out."""
+    """The filters that crash, hang and throw, by the command, which has to find out."""
 
     @classmethod
     def setUpClass(cls):
         support.bring_up_wine()
         enter(cls, directx.registered(*FATES))
-        arguments = {name: {"identifier": directx.identifier_of(name)} for name in FATES}
-        hanging = {name: each for name, each in arguments.items() if name.startswith("hang")}
-        cls.verdicts = watch_all(hanging, {name: each for name, each in arguments.items() if name not in hanging})
+        hanging = [name for name in FATES if name.startswith("hang")]
+        cls.runs = run_all(
+            lambda name: run("--identifier", directx.identifier_of(name)), hanging,
+            [name for name in FATES if name not in hanging],
+        )
 
     @classmethod
     def tearDownClass(cls):
-        print_table("filter", cls.verdicts)
+        print_table("filter", cls.runs)
 
     def check(self, name):
-        verdict = support.outcome(self.verdicts, name)
-        self.assertEqual(verdict.fate, FATES[name])
-        self.assertEqual(verdict.blamed, directx.identifier_of(name))
-        self.assertEqual(verdict.leftovers, {})
-        if verdict.fate.verdict == HANG:
-            self.assertGreaterEqual(verdict.seconds, peer.WATCHDOG)
-            self.assertLess(verdict.seconds, PATIENCE)
+        done = support.outcome(self.runs, name)
+        outcome = done.outcome()
+        fate = FATES[name]
+        self.assertEqual(fate_of(outcome), fate)
+        self.assertEqual((outcome["asked"], outcome["blamed"]), (directx.identifier_of(name), fate.blames))
+        self.assertEqual(done.code, 1 if fate.blames else 0)
+        self.assertEqual(done.left, {})
+        if fate == HANG:
+            self.assertGreaterEqual(outcome["seconds"], peer.WATCHDOG)
+            self.assertLess(outcome["seconds"], PATIENCE)
 
 
 class PlatformFilters(unittest.TestCase):
@@ -156,33 +161,35 @@ class PlatformFilters(unittest.TestCase):
         cls.filters = directx.platform_filters()
 
     def watch(self):
-        verdicts = watch_all({}, {identifier: {"identifier": "DX: " + identifier} for identifier in self.filters})
-        print_table("filter", verdicts)
+        """Outcomes by class identifier."""
+        runs = run_all(lambda identifier: run("--identifier", "DX: " + identifier), [], self.filters)
+        print_table("filter", runs)
         for identifier in self.filters:
             with self.subTest(self.filters[identifier]):
-                verdict = support.outcome(verdicts, identifier)
-                self.assertEqual((verdict.fate.verdict, verdict.fate.code), (REPORT, 0))
-                self.assertEqual(verdict.report.identifier.decode(), "DX: " + identifier)
-                self.assertEqual(verdict.leftovers, {})
-        return {identifier: support.outcome(verdicts, identifier).report for identifier in self.filters}
+                done = support.outcome(runs, identifier)
+                outcome = done.outcome()
+                self.assertEqual((outcome["verdict"], outcome["exitCode"]), ("reported", 0))
+                self.assertEqual(outcome["identifier"], "DX: " + identifier)
+                self.assertEqual(done.left, {})
+        return {identifier: support.outcome(runs, identifier).outcome() for identifier in self.filters}
 
     def test_The_platform_has_audio_filters(self):
         self.assertIn(self.ACM_WRAPPER, self.filters)
         self.assertIn(self.SAMPLE_GRABBER, self.filters)
 
     def test_As_they_are_registered_they_are_no_plug_ins(self):
-        for identifier, report in self.watch().items():
-            self.assertEqual((report.result, report.name), (peer.UNCONFIRMED, b""), identifier)
+        for identifier, outcome in self.watch().items():
+            self.assertEqual((outcome["result"], outcome["name"]), ("unconfirmed", ""), identifier)
 
     def test_Under_a_name_each_is_what_its_pins_make_it(self):
         with directx.keys({rf"Filter\{{{identifier}}}": "As " + name for identifier, name in self.filters.items()}):
-            reports = self.watch()
-        for identifier, report in reports.items():
-            self.assertIn(report.result, (peer.EFFECT, peer.UNCONFIRMED))
-            expected = "As " + self.filters[identifier] if report.result == peer.EFFECT else ""
-            self.assertEqual(report.name.decode(), expected)
-        self.assertEqual(reports[self.SAMPLE_GRABBER].result, peer.EFFECT)
-        self.assertEqual(reports[self.ACM_WRAPPER].result, peer.UNCONFIRMED)
+            outcomes = self.watch()
+        for identifier, outcome in outcomes.items():
+            self.assertIn(outcome["result"], ("effect", "unconfirmed"))
+            expected = "As " + self.filters[identifier] if outcome["result"] == "effect" else ""
+            self.assertEqual(outcome["name"], expected)
+        self.assertEqual(outcomes[self.SAMPLE_GRABBER]["result"], "effect")
+        self.assertEqual(outcomes[self.ACM_WRAPPER]["result"], "unconfirmed")
 
 
 def enter(cls, context):
@@ -203,4 +210,6 @@ for each in FATES:
 
 
 if __name__ == "__main__":
-    sys.exit(unittest.main(verbosity=1))
+    end = sys.argv.index("--") if "--" in sys.argv else len(sys.argv)
+    command.COMMAND = sys.argv[1:end]
+    sys.exit(unittest.main(argv=[sys.argv[0], *sys.argv[end + 1:]], verbosity=1))

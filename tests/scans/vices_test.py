@@ -9,75 +9,26 @@ take their turns meanwhile. What a parent must do otherwise than the command doe
 see Watched.
 """
 
-import dataclasses
 import os
-import pathlib
 import signal
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "parent"))
-import command  # noqa: E402
-import support  # noqa: E402
-from support import peer  # noqa: E402
+import support
+from fates import (ABORT, ACCESS_VIOLATION, HANG, HANG_AT_EXIT, PATIENCE, QUIET_END, TURNED_DOWN, USUAL_END, command,
+                   crash, ended_at_exit, ended_early, fate_of, print_table, run, run_all)
+from support import peer
 
 VICES = support.PLUGINS / "vices"
 
-ACCESS_VIOLATION = 0xC0000005
-ABORT = 3
-WATCHDOG = 2
 EXIT_PROCESS = 71
 TERMINATE_PROCESS = 72
 STRUCTURED_EXCEPTION = 0xE0000049
 
 PLACES = ("DllMain", "entry_point", "effOpen", "effGetEffectName", "effClose", "detach")
-
-# What the command waits at most: more than the watchdog takes, whose minute is sixty sleeps, each a little longer on a
-# machine that others keep busy.
-PATIENCE = peer.WATCHDOG + 2 * peer.SLACK
-
-
-@dataclasses.dataclass(frozen=True)
-class Fate:
-    """What the command must say of a scan. No code: it ended the process itself."""
-
-    verdict: str
-    code: int = None
-    result: str = None
-
-    @property
-    def blames(self):
-        return self.verdict != "reported"
-
-
-def reported(result, code=0):
-    return Fate("reported", code, result)
-
-
-USUAL_END = reported("effect")
-TURNED_DOWN = reported("unconfirmed")
-# Ended by the scanner's watchdog.
-HANG = Fate("hung", WATCHDOG)
-# Ended by the parent, which has the report.
-HANG_AT_EXIT = reported("effect", None)
-# A process that ended well and said nothing.
-QUIET_END = Fate("ended early", 0)
-
-
-def crash(code):
-    return Fate("crashed", code)
-
-
-def ended_early(code):
-    return Fate("ended early", code)
-
-
-def ended_at_exit(code):
-    return reported("effect", code)
 
 
 def everywhere(fate, **exceptions):
@@ -126,59 +77,15 @@ def path_of(library):
     return VICES / (library + ".dll")
 
 
-def scan(library, spins=False):
-    return command.Run(
-        "--json", "--time-limit", str(PATIENCE), command.path_for_command(path_of(library)),
-        preexec_fn=(lambda: os.nice(10)) if spins else None,
+def hangs(library):
+    return any(library.startswith("vice_" + vice) for vice in HANGING)
+
+
+def scan(library):
+    spins = any(vice in library for vice in SPINNING)
+    return run(
+        command.path_for_command(path_of(library)), preexec_fn=(lambda: os.nice(10)) if spins else None
     )
-
-
-def run_all(fates):
-    """Runs by library, or what was raised. The hanging ones each on a thread of their own, begun first."""
-    runs = {}
-
-    def run(library, **how):
-        try:
-            runs[library] = scan(library, **how)
-        except Exception as problem:  # told by the test of that library
-            runs[library] = problem
-
-    def hangs(library):
-        return any(library.startswith("vice_" + vice) for vice in HANGING)
-
-    threads = []
-    for library in filter(hangs, fates):
-        spins = any(vice in library for vice in SPINNING)
-        threads.append(threading.Thread(target=run, args=(library,), kwargs={"spins": spins}))
-        threads[-1].start()
-    support.side_by_side(run, [library for library in fates if not hangs(library)])
-    for thread in threads:
-        thread.join()
-    return runs
-
-
-def fate_of(outcome):
-    return Fate(outcome["verdict"], outcome.get("exitCode"), outcome.get("result"))
-
-
-def line_of(run):
-    try:
-        outcome = run.outcome()
-    except Exception as problem:  # told by the test of that library
-        return repr(run if isinstance(run, Exception) else problem)
-    code = outcome.get("exitCode", "")
-    code = f"0x{code:08X}" if code != "" and code > 255 else code
-    return (
-        f"{outcome['verdict']:11}  {'yes' if outcome['blamed'] else 'no':6}  {code:>10}  "
-        f"{outcome.get('result', ''):11}  {outcome['seconds']:7.2f}"
-    )
-
-
-def print_table(runs):
-    width = max(map(len, runs))
-    print(f"\n{'library':{width}}  {'verdict':11}  {'blamed':6}  {'exit code':>10}  {'result':11}  seconds")
-    for library in sorted(runs):
-        print(f"{library:{width}}  {line_of(runs[library])}")
 
 
 class Vices(unittest.TestCase):
@@ -189,12 +96,14 @@ class Vices(unittest.TestCase):
     def setUpClass(cls):
         support.bring_up_wine()
         started = time.monotonic()
-        cls.runs = run_all(cls.fates)
+        cls.runs = run_all(
+            scan, list(filter(hangs, cls.fates)), [library for library in cls.fates if not hangs(library)]
+        )
         cls.seconds = time.monotonic() - started
 
     @classmethod
     def tearDownClass(cls):
-        print_table(cls.runs)
+        print_table("library", cls.runs)
         print(f"{len(cls.runs)} scans in {cls.seconds:.0f} s")
 
     def test_Every_library_of_the_folder_is_known_here(self):
