@@ -1,7 +1,9 @@
 #include "dsp/FFTPool.h"
 
 #include "dsp/KernelFailure.h"
+#include "dsp/ProcessingFFTPool.h"
 #include "support/AllocationCount.h"
+#include "support/VirtualSlot.h"
 
 #include <atomic>
 #include <cstddef>
@@ -18,6 +20,18 @@ using Util::FFTPool;
 
 TEST(FFTPoolTest, Keeps_its_name) {
     EXPECT_STREQ(FFTPool("PluginFFTPool").GetName().c_str(), "PluginFFTPool");
+}
+
+// Its lock, which only an explicit instantiation may name.
+const Util::CriticalSection& lockOf(const FFTPool& pool);
+template<auto Mutex>
+struct PrivateLock {
+    friend const Util::CriticalSection& lockOf(const FFTPool& pool) { return pool.*Mutex; }
+};
+template struct PrivateLock<&FFTPool::mutex>;
+
+TEST(FFTPoolTest, Its_lock_has_its_name) {
+    EXPECT_EQ(lockOf(FFTPool("PluginFFTPool")).name(), String("PluginFFTPool Critical Section"));
 }
 
 TEST(FFTPoolTest, Preparing_twice_makes_one_state) {
@@ -84,6 +98,27 @@ TEST(FFTPoolTest, Getting_a_prepared_order_allocates_nothing) {
     EXPECT_EQ(AllocationCount(), before);
 }
 
+TEST(FFTPoolTest, Wherever_memory_ends_preparing_fails_as_a_kernel_does_and_may_be_tried_again) {
+    unsigned failures = 0;
+    for (bool failed = true; failed;) {
+        FFTPool pool("pool");
+        String message;
+        FailAllocation(failures + 1);
+        try {
+            pool.Prepare(10);
+        } catch (const KernelFailure& failure) {
+            message = failure.message();
+        }
+        failed = AllocationFailed();
+        FailAllocation(0);
+        EXPECT_STREQ(message.c_str(), failed ? "IPP failure: Not enough memory" : "") << failures;
+        EXPECT_NE(pool.Get(10), nullptr);
+        EXPECT_NE(pool.GetBuffer(), nullptr);
+        failures += failed;
+    }
+    EXPECT_GT(failures, 1U) << "the state's and the buffer's";
+}
+
 TEST(FFTPoolTest, Threads_that_ask_at_once_get_one_state_each_order) {
     FFTPool pool("pool");
     constexpr unsigned numThreads = 4;
@@ -131,6 +166,11 @@ TEST(FFTPoolTest, A_smaller_order_is_prepared_beside_a_transform) {
     } while (!stop);
     preparing.join();
     EXPECT_EQ(wrong, 0U);
+}
+
+TEST(ProcessingFFTPool, Its_operations_stand_in_their_published_order) {
+    using Pool = ProcessingFFTPool;
+    EXPECT_EQ(virtualSlots(&Pool::Prepare, &Pool::GetFFT, &Pool::GetBuffer), slotsFrom(destructorSlots, 3));
 }
 
 } // namespace

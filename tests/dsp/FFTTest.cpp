@@ -391,6 +391,24 @@ TEST(FFTTest, An_order_past_the_largest_throws_the_failure_with_its_text) {
     }
 }
 
+TEST(FFTTest, Wherever_memory_ends_the_failure_says_so) {
+    unsigned failures = 0;
+    for (bool failed = true; failed;) {
+        String message;
+        FailAllocation(failures + 1);
+        try {
+            CreateFFT(10);
+        } catch (const KernelFailure& failure) {
+            message = failure.message();
+        }
+        failed = AllocationFailed();
+        FailAllocation(0);
+        EXPECT_STREQ(message.c_str(), failed ? "IPP failure: Not enough memory" : "") << failures;
+        failures += failed;
+    }
+    EXPECT_GT(failures, 0U);
+}
+
 TEST(FFTTest, A_failure_without_a_status_has_the_plain_message) {
     EXPECT_STREQ(KernelFailure().message().c_str(), "IPP failure");
 }

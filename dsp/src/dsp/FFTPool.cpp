@@ -1,7 +1,10 @@
 #include "dsp/FFTPool.h"
 
+#include "dsp/KernelFailure.h"
+
 #include <algorithm>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace Util {
@@ -42,7 +45,13 @@ void FFTPool::PrepareLocked(unsigned order) {
     const std::size_t bytes = std::max<std::size_t>(state->GetBufferBytes(), 1);
     // A smaller order may be prepared beside a transform, which reads the pointer without the lock.
     if (buffer.size() < bytes) {
-        buffer.resize(bytes);
+        try {
+            buffer.resize(bytes);
+        } catch (const std::bad_alloc&) {
+            THROW_HERE(
+                DSP::KernelFailure,
+                String("IPP failure: %1").arg(DSP::GetStatusText(DSP::KernelStatus::OutOfMemory)));
+        }
         bufferPointer = buffer.data();
     }
     states[order] = std::move(state);
