@@ -232,6 +232,27 @@ TEST(VectorKernelsTest, Unpacking_and_packing_work_in_place_down_to_the_smallest
     }
 }
 
+#ifndef NDEBUG
+// What uses the kernels is tested with this watch on: a caller that forgot to look ends its own tests.
+TEST(VectorKernelsDeathTest, A_length_of_0_is_caught_where_assertions_are) {
+    float a[4] = {};
+    float b[4] = {};
+    std::uint8_t bytes[4] = {};
+    EXPECT_DEATH(Kernels::Copy(a, b, 0), "count");
+    EXPECT_DEATH(Kernels::Move(a, b, 0), "count");
+    EXPECT_DEATH(Kernels::Zero(a, 0), "count");
+    EXPECT_DEATH(Kernels::Set(a, 1.0F, 0), "count");
+    EXPECT_DEATH(Kernels::Add(a, b, 0), "count");
+    EXPECT_DEATH(Kernels::Multiply(a, b, 0), "count");
+    EXPECT_DEATH(Kernels::MultiplyAccumulateComplex(a, b, b, 0), "bins");
+    EXPECT_DEATH(Kernels::MultiplyAccumulateSplit(a, a + 2, b, b + 2, b, b + 2, 0), "bins");
+    EXPECT_DEATH(Kernels::Copy(bytes, bytes, 0), "count");
+    EXPECT_DEATH(Kernels::Move(bytes, bytes, 0), "count");
+    EXPECT_DEATH(Kernels::Zero(bytes, 0), "count");
+    EXPECT_DEATH(Kernels::Set(bytes, 1, 0), "count");
+}
+#endif
+
 TEST(VectorKernelsTest, No_kernel_allocates) {
     std::vector<float> a = MakeNoise(514, 1);
     std::vector<float> b = MakeNoise(514, 2);

@@ -3,6 +3,7 @@
 #include "dsp/KernelTable.h"
 
 #include <atomic>
+#include <cassert>
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
@@ -219,53 +220,65 @@ const Table& ChooseTable() noexcept {
 // that lie at an unlucky distance modulo a page.
 
 void Copy(float* destination, const float* source, std::size_t count) noexcept {
+    assert(count != 0);
     GetChosen().copy(destination, source, count);
 }
 
 void Copy(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept {
+    assert(count != 0);
     std::memcpy(destination, source, count);
 }
 
 void Move(std::uint8_t* destination, const std::uint8_t* source, std::size_t count) noexcept {
+    assert(count != 0);
     std::memmove(destination, source, count);
 }
 
 void Zero(float* destination, std::size_t count) noexcept {
+    assert(count != 0);
     GetChosen().set(destination, 0.0F, count);
 }
 
 void Zero(std::uint8_t* destination, std::size_t count) noexcept {
+    assert(count != 0);
     std::memset(destination, 0, count);
 }
 
 void Set(float* destination, float value, std::size_t count) noexcept {
+    assert(count != 0);
     GetChosen().set(destination, value, count);
 }
 
 void Set(std::uint8_t* destination, std::uint8_t value, std::size_t count) noexcept {
+    assert(count != 0);
     std::memset(destination, value, count);
 }
 
 void Add(float* destination, const float* source, std::size_t count) noexcept {
+    assert(count != 0);
     GetChosen().add(destination, source, count);
 }
 
 void Multiply(float* destination, const float* source, std::size_t count) noexcept {
+    assert(count != 0);
     GetChosen().multiply(destination, source, count);
 }
 
 void MultiplyAccumulateComplex(
     float* destination, const float* a, const float* b, std::size_t bins) noexcept {
+    assert(bins != 0);
     GetChosen().multiplyAccumulateComplex(destination, a, b, bins);
 }
 
 void MultiplyAccumulateSplit(
     float* destinationReal, float* destinationImag, const float* aReal, const float* aImag,
     const float* bReal, const float* bImag, std::size_t bins) noexcept {
+    assert(bins != 0);
     GetChosen().multiplyAccumulateSplit(destinationReal, destinationImag, aReal, aImag, bReal, bImag, bins);
 }
 
 void PackedToComplex(float* complex, const float* packed, unsigned order) noexcept {
+    assert(order != 0);
     const std::size_t size = std::size_t{1} << order;
     const float last = packed[1];
     if (complex != packed) {
@@ -278,6 +291,7 @@ void PackedToComplex(float* complex, const float* packed, unsigned order) noexce
 }
 
 void ComplexToPacked(float* packed, const float* complex, unsigned order) noexcept {
+    assert(order != 0);
     const std::size_t size = std::size_t{1} << order;
     const float last = complex[size];
     if (complex != packed) {
