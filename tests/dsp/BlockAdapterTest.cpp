@@ -1,5 +1,6 @@
 #include "dsp/BlockAdapter.h"
 
+#include "AdapterQueue.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -91,6 +92,21 @@ TEST_F(BlockAdapterTest, Reset_silences_and_primes_anew) {
     CallPlain({1, 2, 3, 4, 5});
     adapter.Reset();
     EXPECT_THAT(CallPlain({6, 7, 8, 9}), ElementsAre(0, 0, 6, 7));
+}
+
+TEST_F(BlockAdapterTest, A_second_Reset_is_free_until_the_mark_is_cleared) {
+    adapter.SetBlockSize(3, 64);
+    float& first = Testing::readyOf(adapter)[0][0];
+    first = 7.0F;
+    adapter.Reset();
+    EXPECT_EQ(first, 7.0F) << "the mark says that it is silent already";
+    adapter.ClearResetMark();
+    adapter.Reset();
+    EXPECT_EQ(first, 0.0F);
+    CallPlain({1});
+    first = 7.0F;
+    adapter.Reset();
+    EXPECT_EQ(first, 0.0F) << "a call clears the mark too";
 }
 
 TEST_F(BlockAdapterTest, Without_the_copy_flag_the_main_output_stays_as_given_and_goes_by) {

@@ -1,6 +1,8 @@
+#include "AdapterQueue.h"
 #include "AudioPathCount.h"
 #include "TestElement.h"
 #include "dsp/AudioProcessor.h"
+#include "support/VirtualSlot.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -188,6 +190,33 @@ TEST_F(ElementImplTest, Reset_twice_in_a_row_resets_the_element_once_and_ForceRe
     element.ForceReset();
     element.ForceReset();
     EXPECT_EQ(element.resets, 3U);
+}
+
+TEST_F(ElementImplTest, ForceReset_silences_adapters_that_say_they_are_silent) {
+    TestElement element(host);
+    element.fixedBlock = 4;
+    element.Reset();
+    float& first = readyOf(firstAdapterOf(element))[0][0];
+    first = 7.0F;
+    element.Reset();
+    EXPECT_EQ(first, 7.0F);
+    element.ForceReset();
+    EXPECT_EQ(first, 0.0F);
+}
+
+TEST_F(ElementImplTest, Latency_tail_and_block_size_are_what_the_concrete_element_says) {
+    struct Asked : PlainElement {
+        using PlainElement::PlainElement;
+        std::uint32_t DoGetLatency(std::uint32_t stream) const override { return 10 + stream; }
+        std::uint32_t DoGetMaxLatency() const override { return 20; }
+        std::uint32_t DoGetTailLength() const override { return 30; }
+        std::uint32_t DoGetFixedBlockSize() const override { return 40; }
+    } const element(host);
+    EXPECT_EQ(element.GetLatency(0), 10U);
+    EXPECT_EQ(element.GetLatency(2), 12U);
+    EXPECT_EQ(element.GetMaxLatency(), 20U);
+    EXPECT_EQ(element.GetTailLength(), 30U);
+    EXPECT_EQ(element.GetFixedBlockSize(), 40U);
 }
 
 TEST_F(ElementImplTest, Audio_makes_the_next_Reset_do_its_work) {
@@ -381,6 +410,52 @@ TEST_F(ElementImplTest, Random_access_drains_the_commands_and_ends_the_own_trans
     EXPECT_EQ(element.resets, 2U);
 }
 
+struct OpenElement : ElementImpl {
+    using ElementImpl::AdjustRegion;
+    using ElementImpl::DefersCommands;
+    using ElementImpl::DoGetFixedBlockSize;
+    using ElementImpl::DoGetLatency;
+    using ElementImpl::DoGetMaxLatency;
+    using ElementImpl::DoGetTailLength;
+    using ElementImpl::GetAuxChannels;
+    using ElementImpl::GetOwnScratchBytes;
+    using ElementImpl::GetRegionMergeDistance;
+    using ElementImpl::GetSampleFormat;
+    using ElementImpl::GetSidechainChannels;
+    using ElementImpl::ModifiesAudio;
+    using ElementImpl::OnClearState;
+    using ElementImpl::OnCommandsDrained;
+    using ElementImpl::OnExtraChannelsChanged;
+    using ElementImpl::OnIdle;
+    using ElementImpl::OnNotify;
+    using ElementImpl::OnParamChangeBegin;
+    using ElementImpl::OnParamChangeEnd;
+    using ElementImpl::OnParamsChanged;
+    using ElementImpl::OnReset;
+    using ElementImpl::OnStreamsChanged;
+    using ElementImpl::ProcessAudio;
+    using ElementImpl::ProcessRegion;
+    using ElementImpl::ProcessRegions;
+    using ElementImpl::ProcessStream;
+    using ElementImpl::ResetBetweenRegions;
+    using ElementImpl::WantsAudio;
+};
+
+TEST(ElementImpl, Its_operations_stand_in_their_published_order_behind_those_of_an_element) {
+    using Open = OpenElement;
+    EXPECT_EQ(
+        virtualSlots(
+            &Open::DoGetLatency, &Open::DoGetMaxLatency, &Open::DoGetTailLength, &Open::OnReset,
+            &Open::ProcessAudio, &Open::ProcessStream, &Open::OnStreamsChanged, &Open::GetSidechainChannels,
+            &Open::GetAuxChannels, &Open::OnExtraChannelsChanged, &Open::ModifiesAudio,
+            &Open::ResetBetweenRegions, &Open::OnClearState, &Open::WantsAudio, &Open::DefersCommands,
+            &Open::OnParamsChanged, &Open::OnIdle, &Open::OnCommandsDrained, &Open::OnNotify,
+            &Open::OnParamChangeBegin, &Open::OnParamChangeEnd, &Open::DoGetFixedBlockSize,
+            &Open::GetSampleFormat, &Open::ProcessRegions, &Open::AdjustRegion, &Open::ProcessRegion,
+            &Open::GetRegionMergeDistance, &Open::GetOwnScratchBytes),
+        slotsFrom(virtualSlot(&Element::GetMaxBlockSize) + 1, 28));
+}
+
 class Resized : public AudioProcessor {
 public:
     void DoResize(std::uint32_t maxBlock) override { sizes.push_back(maxBlock); }
@@ -402,6 +477,13 @@ TEST(AudioProcessorTest, Init_stores_and_Resize_only_grows) {
     EXPECT_EQ(processor.GetMaxBlock(), 10U);
     EXPECT_EQ(processor.GetNumInputs(), 2U);
     EXPECT_EQ(processor.GetNumOutputs(), 3U);
+}
+
+TEST(AudioProcessorTest, Its_operations_stand_in_their_published_order) {
+    using Processor = AudioProcessor;
+    EXPECT_EQ(
+        virtualSlots(&Processor::Init, &Processor::Resize, &Processor::DoResize, &Processor::SetMaxBlock),
+        slotsFrom(destructorSlots, 4));
 }
 
 } // namespace
