@@ -1,9 +1,9 @@
 #include "Report.h"
 
+#include "command/JsonText.h"
 #include "command/PrintableText.h"
 
 #include <fmt/format.h>
-#include <json/json.h>
 
 #include <algorithm>
 #include <array>
@@ -39,43 +39,9 @@ const char* resultName(std::int32_t result) {
     }
 }
 
-std::string hexText(std::string_view bytes) {
-    std::string result;
-    for (const char c : bytes) {
-        result += fmt::format("{:02x}", static_cast<unsigned char>(c));
-    }
-    return result;
-}
-
 /// Of the report as it came where it cannot be read.
 String toldIdentifier(const ScanOutcome& outcome) {
     return outcome.unreadIdentifier.isEmpty() ? outcome.identifier.ToString() : outcome.unreadIdentifier;
-}
-
-/// A text of any bytes. JSON carries Unicode alone: what is none is replaced, and the bytes stand beside it.
-void setText(Json::Value& entry, const std::string& member, std::string_view text) {
-    entry[member] = wellFormed(text);
-    if (!isUtf8(text)) {
-        entry[member + "Bytes"] = hexText(text);
-    }
-}
-
-/// JSON with DEL and the C1 controls escaped, which are allowed in it as they stand, but steer a terminal.
-std::string withControlsEscaped(std::string_view json) {
-    std::string result;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const auto code = static_cast<unsigned char>(json[i]);
-        const auto next = static_cast<unsigned char>(i + 1 < json.size() ? json[i + 1] : 0);
-        if (code == 0x7F) {
-            result += "\\u007f";
-        } else if (code == 0xC2 && next >= 0x80 && next < 0xA0) {
-            result += fmt::format("\\u{:04x}", next);
-            ++i;
-        } else {
-            result += json[i];
-        }
-    }
-    return result;
 }
 
 /// What the table has in its column of names.
@@ -178,10 +144,5 @@ std::string jsonText(const std::vector<ScanOutcome>& outcomes) {
         }
         list.append(entry);
     }
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "  ";
-    writer["emitUTF8"] = true;
-    writer["precision"] = 3;
-    writer["precisionType"] = "decimal";
-    return withControlsEscaped(Json::writeString(writer, list)) + "\n";
+    return jsonDocument(list, 3, Json::PrecisionType::decimalPlaces);
 }

@@ -5,6 +5,7 @@
 
 #include "command/Arguments.h"
 #include "command/PrintableText.h"
+#include "command/ProgressLine.h"
 #include "parent/DirectXFilters.h"
 #include "parent/PluginFinder.h"
 #include "parent/ScanRunner.h"
@@ -128,21 +129,16 @@ int scan(const Options& options) {
     limits.total = options.limit();
     Tarvik::ScanRunner runner(settings, limits);
     std::size_t done = 0;
-    const bool showProgress = standardErrorIsTerminal();
+    ProgressLine line({});
     const auto progress = [&](const Tarvik::ScanOutcome& outcome) {
         ++done;
-        if (showProgress) {
-            fmt::print(stderr, "\r\x1b[K[{}/{}] {}", done, plugins.size(), outcomeText(outcome));
-            std::fflush(stderr);
-        }
+        line.show(fmt::format("[{}/{}] {}", done, plugins.size(), outcomeText(outcome)));
     };
     std::vector<Tarvik::ScanOutcome> outcomes = runner.run(plugins, known, progress);
     for (std::size_t i = 0; i < registered.filters.size(); ++i) {
         outcomes[asked + i].registration = registered.filters[i];
     }
-    if (showProgress) {
-        fmt::print(stderr, "\r\x1b[K");
-    }
+    line.erase();
     fmt::print("{}", options.json ? jsonText(outcomes) : tableText(outcomes));
     if (!registered.problem.isEmpty()) {
         fmt::print(stderr, "tarvik-scan: {}\n", printable(registered.problem.view()));
