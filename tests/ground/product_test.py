@@ -1,5 +1,7 @@
 #!/usr/bin/python3
-"""product_test.py PROGRAM NAME VERSION: what is shipped is hardened, and needs nothing but Windows.
+"""product_test.py PROGRAM SUBSYSTEM NAME VERSION: what is shipped is hardened, and needs nothing but Windows.
+
+SUBSYSTEM is "windows" for a program without a console, "console" for one with it.
 
 Each property is checked on the product, and then on a copy of it in which that property alone was spoilt: a check
 that would let the copy pass is no check.
@@ -15,10 +17,12 @@ from portable_executable import Malformed, PortableExecutable
 # Every library that Windows 10 itself brings and that the product uses. A new name here is a decision.
 SYSTEM_LIBRARIES = {
     "advapi32.dll", "gdi32.dll", "imagehlp.dll", "iphlpapi.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
-    "shell32.dll", "user32.dll", "ws2_32.dll",
+    "oleaut32.dll", "shell32.dll", "user32.dll", "ws2_32.dll",
 }
 
-program_path, product_name, product_version = sys.argv[1:4]
+program_path, subsystem_name, product_name, product_version = sys.argv[1:5]
+SUBSYSTEM = {"windows": portable_executable.SUBSYSTEM_GUI,
+             "console": portable_executable.SUBSYSTEM_CONSOLE}[subsystem_name]
 
 
 def faults(data):
@@ -33,7 +37,7 @@ def faults(data):
     flags = program.dll_characteristics
     found = {
         "machine": program.machine != portable_executable.MACHINE_AMD64,
-        "subsystem": program.subsystem != portable_executable.SUBSYSTEM_GUI,
+        "subsystem": program.subsystem != SUBSYSTEM,
         "address layout": not flags & portable_executable.DYNAMIC_BASE,
         "high entropy": not flags & portable_executable.HIGH_ENTROPY_VA,
         "no execute": not flags & portable_executable.NX_COMPAT,
@@ -67,8 +71,10 @@ class Product(unittest.TestCase):
     def test_another_machine_is_noticed(self):
         self.assertEqual(faults(self.spoilt("<H", self.program.header + 4, 0x014C)), {"machine"})
 
-    def test_a_console_program_is_noticed(self):
-        self.assertEqual(faults(self.spoilt("<H", self.program.optional + 68, 3)), {"subsystem"})
+    def test_a_program_of_the_other_subsystem_is_noticed(self):
+        other = {portable_executable.SUBSYSTEM_GUI: portable_executable.SUBSYSTEM_CONSOLE,
+                 portable_executable.SUBSYSTEM_CONSOLE: portable_executable.SUBSYSTEM_GUI}[SUBSYSTEM]
+        self.assertEqual(faults(self.spoilt("<H", self.program.optional + 68, other)), {"subsystem"})
 
     def test_each_missing_flag_is_noticed(self):
         for flag, name in ((portable_executable.DYNAMIC_BASE, "address layout"),
