@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarvik {
@@ -28,7 +31,21 @@ protected:
         return host->GetInstantiationStatus();
     }
 
+    /// A filter that notes its beginning and its end.
+    Behaviour Noting(const std::string& name) {
+        Behaviour behaviour;
+        behaviour.onArrival = [this, name](Place place) {
+            if (place == Place::creation) {
+                notes.push_back(name + " is made");
+            } else if (place == Place::destruction) {
+                notes.push_back(name + " goes");
+            }
+        };
+        return behaviour;
+    }
+
     ComApartment com;
+    std::vector<std::string> notes;
 };
 
 TEST_F(PluginHostDirectXTest, A_filter_is_held_as_the_plug_in_of_a_mono_element) {
@@ -71,6 +88,57 @@ TEST_F(PluginHostDirectXTest, A_failure_leaves_no_earlier_plug_in) {
     EXPECT_EQ(Change(identifierOf(filter.Text())), checked_value(InstantiationOK));
     EXPECT_EQ(Change(identifierOf(classIdText(newClassId()))), checked_value(InstantiationNotFound));
     EXPECT_EQ(host->GetPlugin(), nullptr);
+}
+
+TEST_F(PluginHostDirectXTest, What_is_made_without_a_destruction_takes_the_earlier_ones_place) {
+    const RegisteredFilter first(Noting("first"), L"First");
+    const RegisteredFilter second(Noting("second"), L"Second");
+    ASSERT_EQ(Change(identifierOf(first.Text())), checked_value(InstantiationOK));
+    notes.clear();
+    host->SetIdentifier(identifierOf(second.Text()));
+    instantiator.handler->InstantiatePlugin(&instantiator);
+    EXPECT_EQ(host->GetInstantiationStatus(), checked_value(InstantiationOK));
+    ASSERT_NE(host->GetPlugin(), nullptr);
+    EXPECT_EQ(host->GetPlugin()->GetName(), "Second");
+    EXPECT_EQ(notes, (std::vector<std::string>{"second is made", "first goes"}));
+    host.reset();
+}
+
+TEST_F(PluginHostDirectXTest, A_failure_without_a_destruction_leaves_no_earlier_plug_in_either) {
+    const RegisteredFilter filter(Noting("filter"));
+    Behaviour fails;
+    fails.acts[Place::enumPins] = {Deed::answer, E_FAIL};
+    const RegisteredFilter failing(fails);
+    for (const auto& [text, status] :
+         {std::pair(classIdText(newClassId()), InstantiationNotFound),
+          {failing.Text(), InstantiationFailed}}) {
+        ASSERT_EQ(Change(identifierOf(filter.Text())), checked_value(InstantiationOK));
+        notes.clear();
+        host->SetIdentifier(identifierOf(text));
+        // Without the destruction that ChangePlugin has done first.
+        instantiator.handler->InstantiatePlugin(&instantiator);
+        EXPECT_EQ(host->GetInstantiationStatus(), checked_value(status));
+        EXPECT_EQ(host->GetPlugin(), nullptr);
+        EXPECT_EQ(notes, std::vector<std::string>{"filter goes"});
+    }
+}
+
+TEST_F(PluginHostDirectXTest, While_the_next_one_is_made_the_status_says_nothing) {
+    const RegisteredFilter first;
+    ASSERT_EQ(Change(identifierOf(first.Text())), checked_value(InstantiationOK));
+    std::optional<bool> validMeanwhile;
+    Behaviour behaviour;
+    behaviour.onArrival = [&](Place place) {
+        if (place == Place::creation) {
+            validMeanwhile = host->GetInstantiationStatus().valid;
+        }
+    };
+    const RegisteredFilter second(behaviour);
+    host->SetIdentifier(identifierOf(second.Text()));
+    instantiator.handler->InstantiatePlugin(&instantiator);
+    EXPECT_EQ(validMeanwhile, std::optional(false));
+    EXPECT_EQ(host->GetInstantiationStatus(), checked_value(InstantiationOK));
+    host.reset();
 }
 
 TEST_F(PluginHostDirectXTest, Its_state_is_the_identifier_and_the_filters_bytes) {

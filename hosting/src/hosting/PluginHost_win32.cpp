@@ -7,8 +7,12 @@
 namespace Tarvik {
 
 void PluginHost::InstantiateDirectX() {
+    // Valid only once the object has told it.
+    instantiationStatusValid = false;
     auto filter = std::make_unique<DXPlugin>(
         ClassIdToString(identifier.dxClassId).toUpper(), GetSampleRate(), GetChannelLayout());
+    // Also where the new one turns out to be unusable: a plug-in never stands beside a failure.
+    plugin.reset();
     if (filter->IsValid()) {
         instantiationStatus = InstantiationOK;
         plugin = std::move(filter);
