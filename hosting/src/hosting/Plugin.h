@@ -126,7 +126,8 @@ public:
     /// caller's. Allocates only for a larger block or more channels than any before. [audio]
     virtual void Process(std::uint32_t frames, std::uint32_t channels, float** buffers) = 0;
 
-    /// A delay measured while processing, in sample frames; invalid when none was.
+    /// A delay measured while processing, in sample frames; invalid when none was. Also while a block is
+    /// processed. [control]
     virtual checked_value<std::uint32_t> GetReportedDelay() const { return {}; }
 
     /// Events of the next block, in the order of their times. [audio]

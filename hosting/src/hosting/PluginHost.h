@@ -28,10 +28,11 @@ public:
 /// pass-through with latency 0.
 ///
 /// Threads. The plug-in lock orders the control thread's ChangePlugin and the audio thread's ProcessAudio:
-/// the control thread waits, the audio thread only tries and leaves the block as it is. State, idle and
-/// latency do not take it and belong to the control thread. One exception has to be kept in order by whoever
-/// owns the host: with the dry path on, Process asks for the latency as well, so then a plug-in is exchanged
-/// only while audio is kept out.
+/// the control thread waits, the audio thread only tries and leaves the block as it is. State, idle, latency
+/// and the reported delay do not take it and belong to the control thread; the delay, which blocks change
+/// meanwhile, is a single atomic word of the plug-in's. One exception has to be kept in order by whoever owns
+/// the host: with the dry path on, Process asks for the latency as well, so then a plug-in is exchanged only
+/// while audio is kept out.
 class PluginHost final : public DSP::ElementDispatcher, private PluginInstantiatorHandler {
 public:
     /// host and instantiator: borrowed, outlive this object. hostVendor, hostProduct: what plug-ins are told

@@ -1,5 +1,7 @@
 #include "hosting/dx/ComPointer_win32.h"
 
+#include "hosting/dx/ComTest_win32.h"
+
 #include <gtest/gtest.h>
 
 #include <new>
@@ -145,6 +147,23 @@ TEST(ComPointer, Another_success_than_the_plain_one_stays_what_it_is) {
     ComPointer<IUnknown> out;
     EXPECT_EQ(queryInterface(&object, IID_IStream, out), S_FALSE);
     EXPECT_TRUE(out);
+}
+
+TEST(ComPointer, Objects_are_created_in_this_process_and_no_other) {
+    const ComApartment com;
+    const auto make = [](REFIID iid, void** out) { return TestFilters::makeTestFilter({}, {}, iid, out); };
+    const CLSID own = newClassId();
+    const CLSID elsewhere = newClassId();
+    const ClassObject inProcess(own, make);
+    const ClassObject ofAnotherProcess(elsewhere, make, CLSCTX_LOCAL_SERVER);
+    ComPointer<IBaseFilter> filter;
+    EXPECT_EQ(createInstance(own, IID_IBaseFilter, filter), S_OK);
+    EXPECT_EQ(createInstance(elsewhere, IID_IBaseFilter, filter), REGDB_E_CLASSNOTREG);
+    EXPECT_FALSE(filter);
+    // It is there for those who ask for it.
+    void* out = nullptr;
+    ASSERT_EQ(CoCreateInstance(elsewhere, nullptr, CLSCTX_LOCAL_SERVER, IID_IBaseFilter, &out), S_OK);
+    static_cast<IBaseFilter*>(out)->Release();
 }
 
 TEST(ComPointer, A_new_object_that_there_is_no_memory_for_is_an_answer) {

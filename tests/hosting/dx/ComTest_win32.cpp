@@ -15,10 +15,9 @@ ComApartment::~ComApartment() {
     OleUninitialize();
 }
 
-ClassObject::ClassObject(const CLSID& id, TestFactory::Make make) {
+ClassObject::ClassObject(const CLSID& id, TestFactory::Make make, DWORD context) {
     const auto factory = Tarvik::ComPointer<TestFactory>::Adopt(new TestFactory(std::move(make)));
-    EXPECT_EQ(
-        CoRegisterClassObject(id, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie), S_OK);
+    EXPECT_EQ(CoRegisterClassObject(id, factory.Get(), context, REGCLS_MULTI_SEPARATE, &cookie), S_OK);
 }
 
 ClassObject::~ClassObject() {
@@ -51,13 +50,14 @@ FilterName::~FilterName() {
 }
 
 RegisteredFilter::RegisteredFilter(
-    TestFilters::Behaviour filterBehaviour, std::optional<std::wstring> name, bool withPageClass)
+    TestFilters::Behaviour filterBehaviour, std::optional<std::wstring> name,
+    const std::vector<bool>& pageClassExists)
     : behaviour(std::move(filterBehaviour)) {
     if (name) {
         filterName.emplace(id, *name);
     }
     filterClass.emplace(id, [this](REFIID iid, void** out) {
-        const HRESULT answer = TestFilters::makeTestFilter(behaviour, {pageId}, iid, out);
+        const HRESULT answer = TestFilters::makeTestFilter(behaviour, pageIds, iid, out);
         last = nullptr;
         if (SUCCEEDED(answer)) {
             // Without a reference: the test must not keep it alive.
@@ -67,9 +67,13 @@ RegisteredFilter::RegisteredFilter(
         }
         return answer;
     });
-    if (withPageClass) {
-        pageClass.emplace(pageId, [this](REFIID iid, void** out) {
-            return TestFilters::makeTestPage(behaviour, iid, out);
-        });
+    for (const bool exists : pageClassExists) {
+        pageIds.push_back(newClassId());
+        if (exists) {
+            pageClasses.push_back(
+                std::make_unique<ClassObject>(pageIds.back(), [this](REFIID iid, void** out) {
+                    return TestFilters::makeTestPage(behaviour, iid, out);
+                }));
+        }
     }
 }

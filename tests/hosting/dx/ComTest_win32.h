@@ -22,7 +22,7 @@ public:
 /// the system, for as long as the object lives.
 class ClassObject : private noncopyable {
 public:
-    ClassObject(const CLSID& id, TestFilters::TestFactory::Make make);
+    ClassObject(const CLSID& id, TestFilters::TestFactory::Make make, DWORD context = CLSCTX_INPROC_SERVER);
     ~ClassObject();
 
 private:
@@ -44,17 +44,16 @@ private:
     std::wstring key;
 };
 
-/// A test filter of this program under a class identifier of its own, with a name, and its property page.
+/// A test filter of this program under a class identifier of its own, with a name, and its property pages:
+/// one that it tells for each element of pageClassExists.
 class RegisteredFilter : private noncopyable {
 public:
     explicit RegisteredFilter(
         TestFilters::Behaviour filterBehaviour = {}, std::optional<std::wstring> name = L"Test filter",
-        bool withPageClass = true);
+        const std::vector<bool>& pageClassExists = {true});
 
     const CLSID& Id() const { return id; }
     String Text() const { return classIdText(id); }
-    /// Of filters and pages that are made from now on.
-    TestFilters::Behaviour& GetBehaviour() { return behaviour; }
     /// The filter that was made last, if it lives still.
     TestFilters::IGain* Last() const { return last; }
     /// Sets the gain of the last one.
@@ -62,10 +61,10 @@ public:
 
 private:
     CLSID id = newClassId();
-    CLSID pageId = newClassId();
+    std::vector<CLSID> pageIds;
     TestFilters::Behaviour behaviour;
     TestFilters::IGain* last = nullptr;
     std::optional<FilterName> filterName;
     std::optional<ClassObject> filterClass;
-    std::optional<ClassObject> pageClass;
+    std::vector<std::unique_ptr<ClassObject>> pageClasses;
 };

@@ -1,8 +1,8 @@
 #include "hosting/dx/DXFilterGraph_win32.h"
 
-#include "hosting/dx/ComTest_win32.h"
+#include "hosting/dx/DXFilterGraphFixture_win32.h"
 #include "hosting/dx/DXPins_win32.h"
-#include "hosting/dx/WatchedPlatform_win32.h"
+#include "hosting/dx/TaskMemory_win32.h"
 
 #include "directx/Ledger.h"
 
@@ -24,52 +24,11 @@ namespace {
 
 using TestFilters::Behaviour;
 using TestFilters::Deed;
+using TestFilters::Handed;
 using TestFilters::Ledger;
 using TestFilters::Place;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr std::uint32_t mono = 0;
-constexpr std::uint32_t stereo = 1;
-
-/// What went wrong with the references of any object, in words.
-std::vector<std::string> unsettledAccounts() {
-    std::vector<std::string> unsettled;
-    for (const auto& [name, account] : Ledger::Instance().Accounts()) {
-        if (!account.IsSettled()) {
-            unsettled.push_back(
-                name + ": made " + std::to_string(account.made) + ", destroyed " +
-                std::to_string(account.destroyed) + ", added " + std::to_string(account.addRefs) +
-                ", released " + std::to_string(account.releases));
-        }
-    }
-    return unsettled;
-}
-
-class DXFilterGraphTest : public testing::Test {
-protected:
-    DXFilterGraphTest() { Ledger::Instance().Clear(); }
-
-    /// What was called, without what the platform has a plug-in do on the way from one state to another.
-    std::vector<std::string> Calls() const {
-        std::vector<std::string> calls = platform->calls;
-        std::erase_if(calls, [](const std::string& call) {
-            return call == "allocator 2: Commit" || call == "allocator 2: Decommit";
-        });
-        return calls;
-    }
-
-    /// Every object of everybody has gone, with all its references.
-    void ExpectAllSettled() {
-        EXPECT_THAT(unsettledAccounts(), IsEmpty());
-        EXPECT_EQ(platform->unsettled, 0);
-        EXPECT_EQ(CBaseObject::ObjectsActive(), ownObjectsBefore);
-    }
-
-    ComApartment com;
-    std::optional<WatchedPlatform> platform = std::make_optional<WatchedPlatform>();
-    long ownObjectsBefore = CBaseObject::ObjectsActive();
-};
 
 TEST_F(DXFilterGraphTest, It_is_opened_step_by_step) {
     Behaviour behaviour;
@@ -79,6 +38,11 @@ TEST_F(DXFilterGraphTest, It_is_opened_step_by_step) {
         switch (place) {
         case Place::creation:
             return note("filter: creation");
+        case Place::enumPins:
+            // The platform looks, too, while it connects and runs.
+            return platform->calls.back() == "graph: ConnectDirect" || platform->calls.back() == "graph: Run"
+                       ? void()
+                       : note("filter: EnumPins");
         case Place::queryMemInputPin:
             return note("input: IMemInputPin");
         case Place::queryAccept:
@@ -104,20 +68,74 @@ TEST_F(DXFilterGraphTest, It_is_opened_step_by_step) {
     EXPECT_THAT(platform->calls, IsEmpty());
     ASSERT_TRUE(graph.Open(filter.Text()));
     EXPECT_THAT(
-        Calls(), ElementsAre(
-                     "graph: creation", "graph: IMediaControl", "filter: creation", "graph: AddFilter",
-                     "graph: AddFilter", "graph: AddFilter", "input: IMemInputPin", "input: QueryAccept",
-                     "graph: ConnectDirect by type", "input: ReceiveConnection", "allocator 1: creation",
-                     "allocator 1: SetProperties", "allocator 1: Commit", "allocator 1: GetBuffer",
-                     "input: NotifyAllocator", "graph: ConnectDirect", "output: Connect",
-                     "allocator 2: creation", "allocator 2: SetProperties", "graph: Run",
-                     "filter: IPersistStream", "filter: ISpecifyPropertyPages", "filter: GetPages"));
+        Calls(),
+        ElementsAre(
+            "graph: creation", "graph: IMediaControl", "filter: creation", "graph: AddFilter source",
+            "graph: AddFilter plug-in", "graph: AddFilter sink", "filter: EnumPins", "input: IMemInputPin",
+            "input: QueryAccept", "graph: ConnectDirect by type", "input: ReceiveConnection",
+            "allocator 1: creation", "allocator 1: SetProperties", "allocator 1: Commit",
+            "allocator 1: GetBuffer", "input: NotifyAllocator", "graph: ConnectDirect", "output: Connect",
+            "allocator 2: creation", "allocator 2: SetProperties", "graph: Run", "filter: IPersistStream",
+            "filter: ISpecifyPropertyPages", "filter: GetPages"));
     EXPECT_FALSE(graph.IsClassNotFound());
     EXPECT_STREQ(graph.GetFriendlyName().c_str(), "Test filter");
     EXPECT_EQ(graph.GetClassId(), String("{%1}").arg(filter.Text()));
     EXPECT_TRUE(graph.HasState());
     EXPECT_TRUE(graph.HasPropertyPages());
     EXPECT_FALSE(graph.GetLastDeliveredFrames().valid);
+}
+
+TEST_F(DXFilterGraphTest, One_buffer_is_asked_for_without_times_and_handed_over_to_be_written_to) {
+    IMemAllocator* handed = nullptr;
+    BOOL readOnly = TRUE;
+    Behaviour behaviour;
+    behaviour.onHanded = [&](Place place, const Handed& what) {
+        if (place == Place::notifyAllocator) {
+            handed = what.allocator;
+            readOnly = static_cast<BOOL>(what.argument);
+        }
+    };
+    const RegisteredFilter filter(behaviour);
+    DXFilterGraph graph(44100.0f, stereo);
+    ASSERT_TRUE(graph.Open(filter.Text()));
+    ASSERT_TRUE(platform->requested.has_value());
+    EXPECT_EQ(platform->requested->cBuffers, 1);
+    EXPECT_EQ(platform->requested->cbBuffer, 65536);
+    EXPECT_EQ(platform->requested->cbAlign, 1);
+    EXPECT_EQ(platform->requested->cbPrefix, 0);
+    ASSERT_TRUE(platform->bufferRequested.has_value());
+    EXPECT_FALSE(platform->bufferRequested->hasBegin);
+    EXPECT_FALSE(platform->bufferRequested->hasEnd);
+    EXPECT_EQ(platform->bufferRequested->flags, 0U);
+    EXPECT_NE(handed, nullptr);
+    EXPECT_EQ(handed, platform->firstAllocator);
+    EXPECT_EQ(readOnly, FALSE);
+}
+
+TEST_F(DXFilterGraphTest, The_plug_in_is_told_the_graphs_rate_and_channels) {
+    std::vector<std::string> seen;
+    Behaviour behaviour;
+    behaviour.onHanded = [&](Place place, const Handed& what) {
+        if (place == Place::queryAccept || place == Place::receiveConnection) {
+            EXPECT_EQ(describe(*what.type), mono48000);
+            seen.emplace_back(place == Place::queryAccept ? "QueryAccept" : "ReceiveConnection");
+        } else if (place == Place::connectOutput) {
+            seen.emplace_back(what.type == nullptr ? "Connect to any type" : "Connect by type");
+        }
+    };
+    platform->onConnectDirect = [&](const AM_MEDIA_TYPE* type) {
+        if (type != nullptr) {
+            EXPECT_EQ(describe(*type), mono48000);
+        }
+        seen.emplace_back(type != nullptr ? "ConnectDirect by type" : "ConnectDirect");
+    };
+    const RegisteredFilter filter(behaviour);
+    DXFilterGraph graph(48000.0f, mono);
+    ASSERT_TRUE(graph.Open(filter.Text()));
+    EXPECT_THAT(
+        seen, ElementsAre(
+                  "QueryAccept", "ConnectDirect by type", "ReceiveConnection", "ConnectDirect",
+                  "Connect to any type"));
 }
 
 TEST_F(DXFilterGraphTest, Source_plug_in_and_sink_are_added_in_this_order) {
@@ -139,6 +157,7 @@ TEST_F(DXFilterGraphTest, Source_plug_in_and_sink_are_added_in_this_order) {
 TEST_F(DXFilterGraphTest, It_is_taken_down_in_the_opposite_order) {
     Behaviour behaviour;
     behaviour.hasPage = true;
+    bool removed = false;
     behaviour.onArrival = [&](Place place) {
         switch (place) {
         case Place::pageClearSite:
@@ -159,13 +178,28 @@ TEST_F(DXFilterGraphTest, It_is_taken_down_in_the_opposite_order) {
     ASSERT_TRUE(graph->Open(filter.Text()));
     ASSERT_TRUE(graph->MakePropertyPage());
     platform->calls.clear();
+    // Before that, it is the platform that gives back most.
+    Ledger::Instance().TellReleases([&](const std::string& name) {
+        removed = removed || platform->calls.back() == "graph: RemoveFilter sink";
+        if (removed) {
+            platform->calls.push_back("- " + name);
+        }
+    });
     graph.reset();
+    Ledger::Instance().TellReleases(nullptr);
     EXPECT_THAT(
         Calls(), ElementsAre(
                      "page: SetPageSite(null)", "page: SetObjects(0)", "graph: Stop", "sample 1: end",
-                     "allocator 1: Decommit", "graph: Disconnect", "graph: Disconnect", "graph: Disconnect",
-                     "graph: Disconnect", "graph: RemoveFilter", "graph: RemoveFilter", "graph: RemoveFilter",
-                     "filter: end", "allocator 1: end", "graph: end", "allocator 2: end"));
+                     "allocator 1: Decommit", "graph: Disconnect DXSourcePin", "graph: Disconnect In 0",
+                     "graph: Disconnect Out 0", "graph: Disconnect DXSinkPin", "graph: RemoveFilter source",
+                     "graph: RemoveFilter plug-in", "graph: RemoveFilter sink",
+                     // The page, the state, the allocator,
+                     "- page", "- filter", "- allocator 1",
+                     // the pins, each with its filter: memory, output, input,
+                     "- input pin 0", "- filter", "- output pin 0", "- filter", "- input pin 0", "- filter",
+                     // the filter, which had the allocator too, the control of the graph and the graph.
+                     "- filter", "filter: end", "- allocator 1", "allocator 1: end", "- graph", "- graph",
+                     "graph: end", "- allocator 2", "allocator 2: end"));
     ExpectAllSettled();
 }
 
@@ -235,6 +269,27 @@ TEST_F(DXFilterGraphTest, Every_reference_of_a_whole_life_is_given_back) {
         ExpectAllSettled();
         platform.emplace();
     }
+    DestroyWindow(window);
+}
+
+TEST_F(DXFilterGraphTest, Every_block_of_task_memory_of_a_whole_life_is_given_back) {
+    const HWND window = CreateWindowExW(
+        0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300, nullptr, nullptr, nullptr, nullptr);
+    Behaviour behaviour;
+    behaviour.hasPage = true;
+    const RegisteredFilter filter(behaviour, L"Test filter", {true, true, true});
+    const auto live = [&] {
+        DXFilterGraph graph(44100.0f, stereo);
+        useFully(graph, filter, window);
+    };
+    // What the platform keeps for good, it has after the first one.
+    live();
+    const TaskMemory memory;
+    live();
+    EXPECT_EQ(memory.Left(), 0U);
+    // The list of the pages, two texts of the first one, and the formats of four pin ends and the graph's
+    // type.
+    EXPECT_GE(memory.Allocated(), 8U);
     DestroyWindow(window);
 }
 
@@ -376,11 +431,17 @@ TEST_F(DXFilterGraphTest, A_class_that_nobody_has_is_not_found) {
 
 TEST_F(DXFilterGraphTest, A_filter_without_a_name_is_none_though_it_was_created) {
     for (const auto& name : {std::optional<std::wstring>(), std::optional<std::wstring>(L"")}) {
-        const RegisteredFilter filter({}, name);
+        bool enumerated = false;
+        Behaviour behaviour;
+        behaviour.onArrival = [&](Place place) { enumerated = enumerated || place == Place::enumPins; };
+        const RegisteredFilter filter(behaviour, name);
         {
             DXFilterGraph graph(44100.0f, stereo);
             EXPECT_FALSE(graph.Open(filter.Text()));
             EXPECT_FALSE(graph.IsClassNotFound());
+            EXPECT_FALSE(enumerated);
+            // Read before the filter is looked at any closer.
+            EXPECT_EQ(platform->calls.back(), "graph: IMediaControl");
         }
         EXPECT_EQ(Ledger::Instance().Accounts().at("filter").destroyed, 1);
         ExpectAllSettled();
@@ -469,31 +530,6 @@ TEST_F(DXFilterGraphTest, A_plug_in_that_throws_while_it_is_taken_down_does_not_
         EXPECT_EQ(CBaseObject::ObjectsActive(), ownObjectsBefore);
         EXPECT_EQ(Ledger::Instance().Accounts().at("graph").destroyed, 1);
     }
-}
-
-TEST_F(DXFilterGraphTest, A_sample_is_marked_before_each_block) {
-    const RegisteredFilter filter;
-    DXFilterGraph graph(44100.0f, mono);
-    ASSERT_TRUE(graph.Open(filter.Text()));
-    std::array<float, 4> audio{};
-    float* channel = audio.data();
-    platform->calls.clear();
-    graph.Process(4, 1, &channel);
-    EXPECT_THAT(
-        platform->calls, ElementsAre(
-                             "sample 1: SetActualDataLength", "sample 1: SetDiscontinuity false",
-                             "sample 1: SetPreroll false", "sample 1: SetSyncPoint true",
-                             "allocator 2: GetBuffer", "sample 2: SetActualDataLength", "sample 2: end"));
-}
-
-TEST_F(DXFilterGraphTest, Restarting_stops_and_runs) {
-    const RegisteredFilter filter;
-    DXFilterGraph graph(44100.0f, mono);
-    graph.Restart();
-    ASSERT_TRUE(graph.Open(filter.Text()));
-    platform->calls.clear();
-    graph.Restart();
-    EXPECT_THAT(Calls(), ElementsAre("graph: Stop", "graph: Run"));
 }
 
 } // namespace

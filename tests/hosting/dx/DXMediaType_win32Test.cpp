@@ -1,5 +1,7 @@
 #include "hosting/dx/DXMediaType_win32.h"
 
+#include "hosting/dx/TaskMemory_win32.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -178,6 +180,70 @@ TEST(DXMediaType, Freeing_gives_back_what_the_allocator_knows_and_zeroes_the_res
     copy.pbFormat = notAllocated;
     DXMediaType::Free(copy);
     EXPECT_EQ(std::memcmp(&copy, &zeros, sizeof zeros), 0);
+}
+
+/// Lives on the stack and counts.
+class Object final : public IUnknown {
+public:
+    virtual ~Object() = default;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** out) override {
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+    ULONG STDMETHODCALLTYPE Release() override { return --references; }
+
+    ULONG references = 1;
+};
+
+TEST(DXMediaType, Freeing_releases_the_object_beside_a_block_of_the_allocators_and_no_other) {
+    DXMediaType type;
+    ASSERT_EQ(type.SetAudio(44100.0f, 1), S_OK);
+    Object object;
+    AM_MEDIA_TYPE copy{};
+    ASSERT_EQ(type.CopyTo(&copy), S_OK);
+    copy.pUnk = &object;
+    object.AddRef();
+    DXMediaType::Free(copy);
+    EXPECT_EQ(object.references, 1U);
+    EXPECT_EQ(copy.pUnk, nullptr);
+
+    std::uint8_t notAllocated[32]{};
+    for (BYTE* format : {static_cast<BYTE*>(notAllocated), static_cast<BYTE*>(nullptr)}) {
+        copy = {};
+        copy.pbFormat = format;
+        copy.pUnk = &object;
+        DXMediaType::Free(copy);
+        EXPECT_EQ(object.references, 1U);
+        EXPECT_EQ(copy.pUnk, nullptr);
+    }
+}
+
+TEST(DXMediaType, A_type_that_there_is_no_memory_for_is_empty) {
+    DXMediaType type;
+    ASSERT_EQ(type.SetAudio(44100.0f, 1), S_OK);
+    AM_MEDIA_TYPE copy = type.Get();
+    AM_MEDIA_TYPE* block = &copy;
+    DXMediaType second;
+    TaskMemory memory;
+    const AM_MEDIA_TYPE zeros{};
+
+    memory.FailAllocation(1);
+    EXPECT_EQ(type.CopyTo(&copy), E_OUTOFMEMORY);
+    EXPECT_EQ(std::memcmp(&copy, &zeros, sizeof zeros), 0);
+    for (const unsigned number : {1U, 2U}) {
+        memory.FailAllocation(number);
+        EXPECT_EQ(type.CopyToBlock(&block), E_OUTOFMEMORY);
+        EXPECT_EQ(block, nullptr);
+    }
+    memory.FailAllocation(1);
+    EXPECT_EQ(second.CopyFrom(type.Get()), E_OUTOFMEMORY);
+    EXPECT_EQ(second.Get().cbFormat, 0U);
+    memory.FailAllocation(1);
+    EXPECT_EQ(second.SetAudio(44100.0f, 1), E_OUTOFMEMORY);
+    EXPECT_EQ(second.Get().pbFormat, nullptr);
+    EXPECT_TRUE(memory.AllocationFailed());
+    EXPECT_EQ(memory.Left(), 0U);
 }
 
 } // namespace

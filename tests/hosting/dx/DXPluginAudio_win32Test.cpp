@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <random>
+#include <thread>
 #include <vector>
 
 namespace Tarvik {
@@ -285,6 +287,29 @@ TEST_F(DXPluginAudioTest, A_block_allocates_nothing) {
     plugin->Process(1, 2, shortPointers.data());
     EXPECT_EQ(AllocationCount() - before, 0U);
     EXPECT_EQ(plugin->GetReportedDelay(), checked_value(1U));
+}
+
+TEST_F(DXPluginAudioTest, The_delay_may_be_asked_for_while_blocks_are_processed) {
+    Load(Delivering(Delivery::copied), 1);
+    std::atomic<bool> done = false;
+    std::atomic<bool> odd = false;
+    std::thread control([&] {
+        while (!done) {
+            const auto delay = plugin->GetReportedDelay();
+            if (delay.valid ? delay.value < 1 || delay.value > 100 : delay.value != 0) {
+                odd = true;
+            }
+        }
+    });
+    for (std::uint32_t block = 0; block < 2000; ++block) {
+        Process(Random(1 + block % 100));
+        if (block % 7 == 0) {
+            plugin->Reset();
+        }
+    }
+    done = true;
+    control.join();
+    EXPECT_FALSE(odd);
 }
 
 TEST_F(DXPluginAudioTest, A_filter_that_delivers_all_the_time_from_its_own_thread_harms_nobody) {

@@ -1,5 +1,6 @@
 #include "hosting/dx/ComTest_win32.h"
 #include "hosting/dx/DXPlugin.h"
+#include "hosting/dx/DXPropertyPageSite_win32.h"
 
 #include "directx/Ledger.h"
 #include "directx/TestPage.h"
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarvik {
@@ -16,6 +18,7 @@ namespace {
 
 using TestFilters::Behaviour;
 using TestFilters::Deed;
+using TestFilters::Handed;
 using TestFilters::Ledger;
 using TestFilters::Place;
 using TestFilters::TestPage;
@@ -78,8 +81,8 @@ protected:
         };
     }
 
-    std::unique_ptr<DXPlugin> Load(bool withPageClass = true) {
-        filter = std::make_unique<RegisteredFilter>(behaviour, L"Editor \u00E4", withPageClass);
+    std::unique_ptr<DXPlugin> Load(const std::vector<bool>& pageClassExists = {true}) {
+        filter = std::make_unique<RegisteredFilter>(behaviour, L"Editor \u00E4", pageClassExists);
         auto plugin = std::make_unique<DXPlugin>(filter->Text(), 44100.0f, 1);
         EXPECT_TRUE(plugin->IsValid());
         return plugin;
@@ -113,6 +116,52 @@ TEST_F(DXPluginEditorTest, A_filter_with_pages_has_an_editor_of_its_first_pages_
     plugin->GetEditorSize(width, height);
     // Made once.
     EXPECT_EQ(visits.size(), 4U);
+}
+
+TEST_F(DXPluginEditorTest, Of_several_pages_the_first_one_is_the_editor) {
+    const ParentWindow parent;
+    {
+        const auto plugin = Load({true, false});
+        EXPECT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    }
+    const auto plugin = Load({false, true});
+    EXPECT_TRUE(plugin->HasEditor().value);
+    EXPECT_FALSE(plugin->OpenEditor(parent.Get(), 0, 0));
+}
+
+TEST_F(DXPluginEditorTest, The_page_is_activated_modeless_and_shown_normally) {
+    std::vector<std::pair<Place, UINT>> handed;
+    behaviour.onHanded = [&](Place place, const Handed& what) {
+        if (place == Place::pageActivate || place == Place::pageShow) {
+            handed.emplace_back(place, what.argument);
+        }
+    };
+    const ParentWindow parent;
+    const auto plugin = Load();
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    EXPECT_EQ(
+        handed, (std::vector<std::pair<Place, UINT>>{
+                    {Place::pageActivate, FALSE}, {Place::pageShow, SW_SHOWNORMAL}}));
+}
+
+TEST_F(DXPluginEditorTest, The_pages_site_answers_what_little_a_site_may) {
+    bool asked = false;
+    behaviour.onHanded = [&](Place place, const Handed& what) {
+        if (place != Place::pageSetSite) {
+            return;
+        }
+        asked = true;
+        EXPECT_NE(dynamic_cast<DXPropertyPageSite*>(what.site), nullptr);
+        LCID locale = 0;
+        EXPECT_EQ(what.site->GetLocaleID(&locale), S_OK);
+        EXPECT_EQ(locale, GetUserDefaultLCID());
+        EXPECT_EQ(what.site->OnStatusChange(PROPPAGESTATUS_DIRTY), S_OK);
+    };
+    const auto plugin = Load();
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    plugin->GetEditorSize(width, height);
+    EXPECT_TRUE(asked);
 }
 
 TEST_F(DXPluginEditorTest, A_filter_without_pages_has_no_editor) {
@@ -227,6 +276,76 @@ TEST_F(DXPluginEditorTest, The_destructor_closes_the_editor_before_it_lets_the_p
     ExpectSettled();
 }
 
+/// Closes an editor from within whatever its parent is told.
+class ClosingParent : private noncopyable {
+public:
+    explicit ClosingParent(DXPlugin& which) : plugin(which) {
+        SetWindowLongPtrW(parent.Get(), GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        before = reinterpret_cast<WNDPROC>(
+            SetWindowLongPtrW(parent.Get(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure)));
+    }
+
+    HWND Get() const { return parent.Get(); }
+    HWND Child() const { return parent.Child(); }
+
+    int closings = 0;
+
+private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        auto* self = reinterpret_cast<ClosingParent*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+        if (message == WM_PARENTNOTIFY && LOWORD(wParam) == WM_DESTROY) {
+            ++self->closings;
+            self->plugin.CloseEditor();
+        }
+        return CallWindowProcW(self->before, window, message, wParam, lParam);
+    }
+
+    DXPlugin& plugin;
+    WNDPROC before;
+    ParentWindow parent;
+};
+
+TEST_F(DXPluginEditorTest, A_parent_that_closes_the_editor_again_while_it_closes_changes_nothing) {
+    const auto other = Load();
+    const auto otherFilter = std::move(filter);
+    const auto plugin = Load();
+    const ParentWindow plainParent;
+    ClosingParent parent(*plugin);
+    ASSERT_TRUE(other->OpenEditor(plainParent.Get(), 0, 0));
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    visits.clear();
+    plugin->CloseEditor();
+    EXPECT_GT(parent.closings, 0);
+    EXPECT_EQ(visits, std::vector{Place::pageDeactivate});
+    EXPECT_EQ(parent.Child(), nullptr);
+    EXPECT_FALSE(plugin->IsEditorOpen());
+    // Each window counts once: the class lives as long as the other one does, and goes with it.
+    EXPECT_TRUE(classExists());
+    other->CloseEditor();
+    EXPECT_FALSE(classExists());
+}
+
+TEST_F(DXPluginEditorTest, A_page_that_closes_the_editor_while_it_is_deactivated_changes_nothing) {
+    DXPlugin* closing = nullptr;
+    int deactivations = 0;
+    behaviour.onArrival = [&](Place place) {
+        if (place == Place::pageDeactivate) {
+            ++deactivations;
+            closing->CloseEditor();
+        }
+    };
+    const ParentWindow parent;
+    const auto plugin = Load();
+    closing = plugin.get();
+    for (int round = 1; round <= 2; ++round) {
+        ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+        plugin->CloseEditor();
+        EXPECT_EQ(deactivations, round);
+        EXPECT_EQ(parent.Child(), nullptr);
+        EXPECT_FALSE(classExists());
+    }
+}
+
 TEST_F(DXPluginEditorTest, A_parent_that_is_none_opens_nothing) {
     const auto plugin = Load();
     ParentWindow gone;
@@ -256,6 +375,8 @@ TEST_F(DXPluginEditorTest, A_page_that_fails_anywhere_leaves_no_window_and_no_re
             SCOPED_TRACE(testing::Message() << static_cast<int>(place) << " " << static_cast<int>(deed));
             Ledger::Instance().Clear();
             behaviour.acts = {{place, {deed, E_FAIL}}};
+            const auto mended = std::make_shared<bool>(false);
+            behaviour.mended = mended;
             auto plugin = Load();
             EXPECT_FALSE(plugin->OpenEditor(parent.Get(), 0, 0));
             EXPECT_FALSE(plugin->IsEditorOpen());
@@ -263,8 +384,14 @@ TEST_F(DXPluginEditorTest, A_page_that_fails_anywhere_leaves_no_window_and_no_re
             EXPECT_FALSE(classExists());
             // The plug-in is as good as ever without it.
             EXPECT_TRUE(plugin->IsValid());
-            // And the next try succeeds when the page does.
-            filter->GetBehaviour().acts.clear();
+            // And the next try succeeds when the page does. One that got as far as being activated was kept;
+            // any other was made for its size and once more to be shown.
+            *mended = true;
+            EXPECT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+            EXPECT_NE(GetWindow(parent.Child(), GW_CHILD), nullptr);
+            const bool kept = place == Place::pageActivate || place == Place::pageShow;
+            EXPECT_EQ(
+                Ledger::Instance().Accounts().at("page").made, kept || place == Place::pageCreation ? 1 : 3);
             plugin.reset();
             ExpectSettled();
         }
@@ -274,11 +401,13 @@ TEST_F(DXPluginEditorTest, A_page_that_fails_anywhere_leaves_no_window_and_no_re
 TEST_F(DXPluginEditorTest, A_page_that_failed_is_made_anew_when_it_is_needed_again) {
     const ParentWindow parent;
     behaviour.acts = {{Place::pageGetInfo, {Deed::answer, E_FAIL}}};
+    const auto mended = std::make_shared<bool>(false);
+    behaviour.mended = mended;
     auto plugin = Load();
     EXPECT_FALSE(plugin->OpenEditor(parent.Get(), 0, 0));
     EXPECT_EQ(
         Ledger::Instance().Accounts().at("page").made, Ledger::Instance().Accounts().at("page").destroyed);
-    filter->GetBehaviour().acts.clear();
+    *mended = true;
     EXPECT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
     plugin.reset();
     ExpectSettled();
@@ -286,7 +415,7 @@ TEST_F(DXPluginEditorTest, A_page_that_failed_is_made_anew_when_it_is_needed_aga
 
 TEST_F(DXPluginEditorTest, A_page_whose_class_is_missing_opens_nothing) {
     const ParentWindow parent;
-    const auto plugin = Load(false);
+    const auto plugin = Load({false});
     EXPECT_TRUE(plugin->HasEditor().value);
     std::uint32_t width = 7;
     std::uint32_t height = 8;

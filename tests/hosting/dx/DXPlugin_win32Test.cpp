@@ -1,6 +1,8 @@
 #include "hosting/dx/DXPlugin.h"
 
 #include "hosting/dx/ComTest_win32.h"
+#include "hosting/dx/DXFilterGraph_win32.h"
+#include "support/AllocationCount.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Tarvik {
@@ -237,6 +240,39 @@ TEST_F(DXPluginTest, An_object_that_is_not_valid_does_nothing_whatever_it_is_ask
     plugin.CloseEditor();
     EXPECT_FALSE(plugin.IsEditorOpen());
     EXPECT_TRUE(plugin.GetName().isEmpty());
+}
+
+TEST_F(DXPluginTest, Without_memory_for_a_graph_it_does_nothing_and_does_not_know_of_an_editor) {
+    const RegisteredFilter filter;
+    const String text = filter.Text();
+    std::optional<WithoutMemory> none(sizeof(DXFilterGraph));
+    DXPlugin plugin(text, 44100.0f, stereo);
+    none.reset();
+    EXPECT_FALSE(plugin.IsValid());
+    EXPECT_FALSE(plugin.IsClassNotFound());
+    EXPECT_FALSE(plugin.HasEditor().known);
+    EXPECT_FALSE(plugin.HasEditor().value);
+    std::uint32_t width = 7;
+    std::uint32_t height = 8;
+    plugin.GetEditorSize(width, height);
+    EXPECT_EQ(width, 7U);
+    EXPECT_EQ(height, 8U);
+    EXPECT_FALSE(plugin.OpenEditor(GetDesktopWindow(), 0, 0));
+    plugin.CloseEditor();
+    EXPECT_FALSE(plugin.IsEditorOpen());
+    float audio[4] = {1.0f, 2.0f, 3.0f, 4.0f};
+    float* channels[] = {audio, audio + 2};
+    plugin.Process(2, 2, channels);
+    EXPECT_THAT(audio, ElementsAre(1.0f, 2.0f, 3.0f, 4.0f));
+    plugin.Reset();
+    EXPECT_FALSE(plugin.GetReportedDelay().valid);
+    Bytes state = {1};
+    plugin.GetState(1, state);
+    EXPECT_THAT(state, IsEmpty());
+    EXPECT_FALSE(plugin.SetState(1, 1, audio));
+    EXPECT_TRUE(plugin.GetName().isEmpty());
+    EXPECT_EQ(plugin.GetIdentifier().format, PluginFormat::DirectX);
+    EXPECT_EQ(plugin.GetIdentifier().ToString(), "DX: 00000000-0000-0000-0000-000000000000");
 }
 
 } // namespace

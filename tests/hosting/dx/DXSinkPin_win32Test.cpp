@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <numeric>
 #include <thread>
 #include <vector>
@@ -68,6 +70,10 @@ std::vector<float> receivedBy(DXSinkPin& pin) {
     return {floats.begin(), floats.end()};
 }
 
+std::uint32_t countedBy(DXSinkPin& pin) {
+    return DXSinkPin::Received(pin).Count();
+}
+
 TEST(DXSinkPin, What_arrives_stands_behind_what_arrived_before) {
     StereoPins pins;
     Sample first({1.0f, 2.0f});
@@ -94,17 +100,58 @@ TEST(DXSinkPin, The_buffer_grows_as_needed) {
     EXPECT_EQ(receivedBy(*pins.in), twice);
 }
 
-TEST(DXSinkPin, A_sample_that_there_is_no_memory_for_is_not_kept) {
+TEST(DXSinkPin, A_sample_that_there_is_no_memory_for_is_counted_and_nothing_is_kept_behind_it) {
     StereoPins pins;
     Sample sample(std::vector<float>(1000, 1.0f));
+    Sample small({2.0f});
+    EXPECT_EQ(pins.in->Receive(&small), S_OK);
     {
         const WithoutMemory none;
-        EXPECT_EQ(pins.in->Receive(&sample), E_OUTOFMEMORY);
+        EXPECT_EQ(pins.in->Receive(&sample), S_OK);
     }
-    EXPECT_THAT(receivedBy(*pins.in), IsEmpty());
-    Sample small({1.0f});
     EXPECT_EQ(pins.in->Receive(&small), S_OK);
-    EXPECT_THAT(receivedBy(*pins.in), ElementsAre(1.0f));
+    EXPECT_THAT(receivedBy(*pins.in), ElementsAre(2.0f));
+    EXPECT_EQ(countedBy(*pins.in), 1002U);
+    EXPECT_TRUE(pins.in->Clear());
+    EXPECT_EQ(countedBy(*pins.in), 0U);
+    EXPECT_EQ(pins.in->Receive(&small), S_OK);
+    EXPECT_EQ(pins.in->Receive(&sample), S_OK);
+    EXPECT_EQ(receivedBy(*pins.in).size(), 1001U);
+    EXPECT_EQ(countedBy(*pins.in), 1001U);
+}
+
+TEST(DXSinkPin, What_nobody_takes_is_kept_up_to_a_limit_and_counted_beyond_it) {
+    StereoPins pins;
+    constexpr std::size_t length = 65536;
+    constexpr std::size_t samples = DXSinkPin::mostKeptFloats / length;
+    static_assert(samples * length == DXSinkPin::mostKeptFloats);
+    Sample sample(std::vector<float>(length, 1.0f));
+    for (std::size_t i = 0; i < samples; ++i) {
+        ASSERT_EQ(pins.in->Receive(&sample), S_OK);
+    }
+    EXPECT_EQ(receivedBy(*pins.in).size(), DXSinkPin::mostKeptFloats);
+    const std::uint64_t before = AllocationCount();
+    for (std::size_t i = 0; i < samples; ++i) {
+        ASSERT_EQ(pins.in->Receive(&sample), S_OK);
+    }
+    EXPECT_EQ(AllocationCount(), before);
+    EXPECT_EQ(receivedBy(*pins.in).size(), DXSinkPin::mostKeptFloats);
+    EXPECT_EQ(countedBy(*pins.in), 2 * DXSinkPin::mostKeptFloats);
+}
+
+TEST(DXSinkPin, More_floats_than_a_number_tells_are_its_highest_value) {
+    StereoPins pins;
+    Sample endless({1.0f});
+    endless.actual = endless.size = std::numeric_limits<long>::max();
+    constexpr std::uint32_t each = std::numeric_limits<long>::max() / sizeof(float);
+    // None of it is looked at, as there is no room for so much.
+    for (std::uint32_t i = 1; i <= 8; ++i) {
+        ASSERT_EQ(pins.in->Receive(&endless), S_OK);
+        ASSERT_EQ(countedBy(*pins.in), i * each);
+    }
+    ASSERT_EQ(pins.in->Receive(&endless), S_OK);
+    EXPECT_EQ(countedBy(*pins.in), std::numeric_limits<std::uint32_t>::max());
+    EXPECT_THAT(receivedBy(*pins.in), IsEmpty());
 }
 
 TEST(DXSinkPin, Bytes_that_make_no_whole_float_are_left_out) {
@@ -141,6 +188,17 @@ TEST(DXSinkPin, A_sample_is_not_read_beyond_its_size) {
     sample.actual = -8;
     EXPECT_EQ(pins.in->Receive(&sample), S_OK);
     EXPECT_THAT(receivedBy(*pins.in), ElementsAre(1.0f, 2.0f));
+}
+
+TEST(DXSinkPin, A_sample_that_does_not_tell_its_size_is_read_by_its_length) {
+    for (const long size : {0L, -1L, static_cast<long>(E_NOTIMPL)}) {
+        StereoPins pins;
+        Sample sample({1.0f, 2.0f, 3.0f});
+        sample.size = size;
+        sample.actual = 8;
+        EXPECT_EQ(pins.in->Receive(&sample), S_OK);
+        EXPECT_THAT(receivedBy(*pins.in), ElementsAre(1.0f, 2.0f)) << size;
+    }
 }
 
 TEST(DXSinkPin, A_sample_may_lie_anywhere) {
@@ -194,29 +252,53 @@ TEST(DXSinkPin, Several_samples_need_a_list_a_count_and_a_place_for_the_number) 
     EXPECT_EQ(pins.in->ReceiveMultiple(samples, -1, &processed), E_INVALIDARG);
 }
 
-TEST(DXSinkPin, While_somebody_reads_a_delivery_is_refused_and_nobody_waits) {
+TEST(DXSinkPin, While_somebody_reads_a_delivery_is_dropped_with_success_and_nobody_waits) {
     StereoPins pins;
-    Sample sample({1.0f});
+    Sample earlier({1.0f});
+    Sample dropped({2.0f});
+    ASSERT_EQ(pins.in->Receive(&earlier), S_OK);
     {
         const DXSinkPin::Received reader(*pins.in);
-        EXPECT_EQ(pins.in->Receive(&sample), E_FAIL);
+        EXPECT_TRUE(reader);
+        EXPECT_EQ(pins.in->Receive(&dropped), S_OK);
+        IMediaSample* samples[] = {&dropped, &dropped};
+        long processed = 0;
+        EXPECT_EQ(pins.in->ReceiveMultiple(samples, 2, &processed), S_OK);
+        EXPECT_EQ(processed, 2);
         EXPECT_FALSE(pins.in->Clear());
         const DXSinkPin::Received second(*pins.in);
+        EXPECT_FALSE(second);
+        EXPECT_EQ(second.Count(), 0U);
+        // Not even where the floats lie, as whoever is at the buffer may be moving it.
+        EXPECT_EQ(second.Floats().data(), nullptr);
         EXPECT_THAT(second.Floats(), IsEmpty());
+        EXPECT_THAT(reader.Floats(), ElementsAre(1.0f));
     }
-    EXPECT_EQ(pins.in->Receive(&sample), S_OK);
-    EXPECT_THAT(receivedBy(*pins.in), ElementsAre(1.0f));
+    EXPECT_EQ(countedBy(*pins.in), 1U);
+    EXPECT_EQ(pins.in->Receive(&earlier), S_OK);
+    EXPECT_THAT(receivedBy(*pins.in), ElementsAre(1.0f, 1.0f));
+}
+
+TEST(DXSinkPin, A_sample_without_memory_is_a_failure_also_while_somebody_reads) {
+    StereoPins pins;
+    Sample sample({1.0f});
+    sample.pointer = nullptr;
+    const DXSinkPin::Received reader(*pins.in);
+    EXPECT_EQ(pins.in->Receive(&sample), E_FAIL);
 }
 
 TEST(DXSinkPin, Deliveries_of_two_threads_come_whole_or_not_at_all) {
     StereoPins pins;
     std::atomic<bool> done = false;
     std::atomic<long> delivered = 0;
+    std::atomic<bool> failed = false;
     const auto deliver = [&](float value) {
         Sample sample(std::vector<float>(7, value));
         while (!done) {
-            if (pins.in->Receive(&sample) == S_OK) {
-                delivered += 7;
+            // Before it can be seen.
+            delivered += 7;
+            if (pins.in->Receive(&sample) != S_OK) {
+                failed = true;
             }
         }
     };
@@ -238,6 +320,7 @@ TEST(DXSinkPin, Deliveries_of_two_threads_come_whole_or_not_at_all) {
     one.join();
     two.join();
     EXPECT_FALSE(torn);
+    EXPECT_FALSE(failed);
     EXPECT_GE(delivered, seen);
 }
 
@@ -280,6 +363,31 @@ TEST(DXSinkPin, Connecting_by_itself_takes_an_output_and_calls_nobody_back) {
     EXPECT_EQ(pins.in->Disconnect(), S_OK);
 }
 
+TEST(DXSinkPin, Connecting_by_itself_holds_the_output) {
+    StereoPins pins;
+    const ULONG before = referencesOf(pins.out);
+    ASSERT_EQ(pins.in->Connect(pins.out, &pins.type.Get()), S_OK);
+    EXPECT_EQ(referencesOf(pins.out), before + 1);
+    EXPECT_EQ(pins.in->Disconnect(), S_OK);
+    EXPECT_EQ(referencesOf(pins.out), before);
+}
+
+TEST(DXSinkPin, Of_several_reasons_not_to_connect_the_first_one_is_told) {
+    StereoPins pins;
+    const StereoPins others;
+    DXMediaType three;
+    ASSERT_EQ(three.SetAudio(44100.0f, 3), S_OK);
+    EXPECT_EQ(pins.in->Connect(others.in, &three.Get()), VFW_E_NO_ACCEPTABLE_TYPES);
+    ASSERT_EQ(pins.in->ReceiveConnection(pins.out, &pins.type.Get()), S_OK);
+    EXPECT_EQ(pins.in->Connect(others.in, &three.Get()), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(pins.in->Connect(nullptr, &three.Get()), E_POINTER);
+    EXPECT_EQ(pins.in->Connect(others.in, nullptr), E_POINTER);
+    EXPECT_EQ(pins.in->ReceiveConnection(others.out, &three.Get()), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(pins.in->ReceiveConnection(nullptr, &three.Get()), E_POINTER);
+    EXPECT_EQ(pins.in->ReceiveConnection(others.out, nullptr), E_POINTER);
+    EXPECT_EQ(pins.in->Disconnect(), S_OK);
+}
+
 TEST(DXSinkPin, The_type_of_a_connection_is_a_copy) {
     StereoPins pins;
     AM_MEDIA_TYPE type{};
@@ -298,6 +406,19 @@ TEST(DXSinkPin, The_type_of_a_connection_is_a_copy) {
     peer->Release();
     EXPECT_EQ(pins.in->Disconnect(), S_OK);
     EXPECT_EQ(pins.in->ConnectedTo(&peer), VFW_E_NOT_CONNECTED);
+}
+
+TEST(DXSinkPin, It_offers_its_filters_rate_and_channels) {
+    const auto filter = ComPointer<DXSinkFilter>::Share(new DXSinkFilter(48000.0f, 0, 16));
+    ComPointer<IEnumMediaTypes> types;
+    ASSERT_EQ(
+        receiveObject(types, [&](IEnumMediaTypes** out) { return filter->GetPin()->EnumMediaTypes(out); }),
+        S_OK);
+    AM_MEDIA_TYPE* type = nullptr;
+    ASSERT_EQ(types->Next(1, &type, nullptr), S_OK);
+    EXPECT_EQ(describe(*type), mono48000);
+    DXMediaType::Free(*type);
+    CoTaskMemFree(type);
 }
 
 TEST(DXSinkPin, It_says_what_it_is) {

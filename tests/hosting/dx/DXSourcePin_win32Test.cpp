@@ -2,6 +2,7 @@
 
 #include "hosting/dx/ComTest_win32.h"
 #include "hosting/dx/DXPins_win32.h"
+#include "hosting/dx/TaskMemory_win32.h"
 #include "support/AllocationCount.h"
 
 #include "directx/TestFactory.h"
@@ -115,6 +116,38 @@ TEST(DXSourcePin, A_receiver_that_throws_has_failed) {
     }
 }
 
+TEST(DXSourcePin, A_connection_that_there_is_no_memory_for_is_none_on_either_side) {
+    StereoPins pins;
+    const ULONG before = referencesOf(pins.in);
+    TaskMemory memory;
+    // The receiver's copy of the type is the first.
+    memory.FailAllocation(2);
+    EXPECT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), E_OUTOFMEMORY);
+    EXPECT_TRUE(memory.AllocationFailed());
+    IPin* peer = nullptr;
+    EXPECT_EQ(pins.out->ConnectedTo(&peer), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(pins.in->ConnectedTo(&peer), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(referencesOf(pins.in), before);
+    EXPECT_EQ(memory.Left(), 0U);
+    EXPECT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), S_OK);
+    pins.out->Disconnect();
+    pins.in->Disconnect();
+}
+
+TEST(DXSourcePin, Of_several_reasons_not_to_connect_the_first_one_is_told) {
+    StereoPins pins;
+    const StereoPins others;
+    DXMediaType surround;
+    ASSERT_EQ(surround.SetAudio(44100.0f, 8), S_OK);
+    EXPECT_EQ(pins.out->Connect(others.out, &surround.Get()), VFW_E_NO_ACCEPTABLE_TYPES);
+    ASSERT_EQ(pins.out->Connect(pins.in, &pins.type.Get()), S_OK);
+    EXPECT_EQ(pins.out->Connect(others.out, &surround.Get()), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(pins.out->Connect(nullptr, &surround.Get()), E_POINTER);
+    EXPECT_EQ(pins.out->Connect(others.out, nullptr), E_POINTER);
+    pins.out->Disconnect();
+    pins.in->Disconnect();
+}
+
 TEST(DXSourcePin, Nobody_connects_to_an_output) {
     StereoPins pins;
     EXPECT_EQ(pins.out->ReceiveConnection(pins.in, &pins.type.Get()), E_UNEXPECTED);
@@ -140,10 +173,30 @@ TEST(DXSourcePin, Without_a_connection_a_type_that_is_handed_in_is_freed) {
     EXPECT_EQ(pins.out->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
     EXPECT_EQ(type.pbFormat, nullptr);
     EXPECT_EQ(type.cbFormat, 0U);
+    // With its object.
+    const ULONG before = referencesOf(pins.in);
+    ASSERT_EQ(pins.type.CopyTo(&type), S_OK);
+    type.pUnk = ComPointer<IPin>::Share(pins.in).Detach();
+    EXPECT_EQ(pins.out->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(type.pUnk, nullptr);
+    EXPECT_EQ(referencesOf(pins.in), before);
     // Callers hand in what was never filled in, too.
     std::memset(static_cast<void*>(&type), 0xCD, sizeof type);
     EXPECT_EQ(pins.out->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
     EXPECT_EQ(type.pbFormat, nullptr);
+}
+
+TEST(DXSourcePin, It_offers_its_filters_rate_and_channels) {
+    const auto filter = ComPointer<DXSourceFilter>::Share(new DXSourceFilter(48000.0f, 0));
+    ComPointer<IEnumMediaTypes> types;
+    ASSERT_EQ(
+        receiveObject(types, [&](IEnumMediaTypes** out) { return filter->GetPin()->EnumMediaTypes(out); }),
+        S_OK);
+    AM_MEDIA_TYPE* type = nullptr;
+    ASSERT_EQ(types->Next(1, &type, nullptr), S_OK);
+    EXPECT_EQ(describe(*type), mono48000);
+    DXMediaType::Free(*type);
+    CoTaskMemFree(type);
 }
 
 TEST(DXSourcePin, It_says_what_it_is) {

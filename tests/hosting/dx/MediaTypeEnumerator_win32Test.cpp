@@ -1,6 +1,7 @@
 #include "hosting/dx/MediaTypeEnumerator_win32.h"
 
 #include "hosting/dx/ComPointer_win32.h"
+#include "hosting/dx/TaskMemory_win32.h"
 
 #include <gtest/gtest.h>
 
@@ -44,6 +45,21 @@ TEST_F(MediaTypeEnumeratorTest, The_block_is_the_task_allocators_and_of_88_bytes
     EXPECT_EQ(allocator->DidAlloc(type->pbFormat), 1);
     EXPECT_EQ(allocator->GetSize(type), 88U);
     allocator->Release();
+}
+
+TEST_F(MediaTypeEnumeratorTest, A_type_that_there_is_no_memory_for_is_still_to_come) {
+    TaskMemory memory;
+    // The block, and the format's.
+    for (const unsigned number : {1U, 2U}) {
+        memory.FailAllocation(number);
+        EXPECT_EQ(enumerator->Next(1, &type, &fetched), E_OUTOFMEMORY);
+        EXPECT_TRUE(memory.AllocationFailed());
+        EXPECT_EQ(fetched, 0U);
+        EXPECT_EQ(type, nullptr);
+        EXPECT_EQ(memory.Left(), 0U);
+    }
+    EXPECT_EQ(enumerator->Next(1, &type, &fetched), S_OK);
+    EXPECT_EQ(memory.Left(), 2U);
 }
 
 TEST_F(MediaTypeEnumeratorTest, Asked_for_several_it_gives_the_one) {

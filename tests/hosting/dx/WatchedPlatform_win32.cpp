@@ -43,10 +43,13 @@ public:
 protected:
     ~Watched() = default;
 
-    HRESULT Arrive(const char* call) const { return watcher.Arrive(label + ": " + call); }
     template<class Call>
     HRESULT Pass(const char* call, Call pass) const {
-        const HRESULT answer = Arrive(call);
+        return Pass(call, {}, pass);
+    }
+    template<class Call>
+    HRESULT Pass(const char* call, const std::string& argument, Call pass) const {
+        const HRESULT answer = watcher.Arrive(label + ": " + call, argument);
         return answer == S_OK ? pass() : answer;
     }
     /// True when the real object has gone.
@@ -147,7 +150,8 @@ public:
     SetProperties(ALLOCATOR_PROPERTIES* request, ALLOCATOR_PROPERTIES* actual) override {
         const HRESULT answer = Pass("SetProperties", [&] { return real->SetProperties(request, actual); });
         if (number == 1) {
-            asked = *request;
+            watcher.firstAllocator = this;
+            watcher.requested = *request;
             if (watcher.changeActual) {
                 watcher.changeActual(*actual);
             }
@@ -166,6 +170,9 @@ public:
     HRESULT STDMETHODCALLTYPE
     GetBuffer(IMediaSample** out, REFERENCE_TIME* from, REFERENCE_TIME* to, DWORD flags) override {
         *out = nullptr;
+        if (number == 1) {
+            watcher.bufferRequested = {from != nullptr, to != nullptr, flags};
+        }
         return Pass("GetBuffer", [&] {
             ComPointer<IMediaSample> sample;
             const HRESULT answer = Tarvik::receiveObject(
@@ -180,8 +187,28 @@ public:
 
 private:
     int number;
-    ALLOCATOR_PROPERTIES asked{};
 };
+
+/// A pin's identifier.
+std::string whichOf(IPin* pin) {
+    LPWSTR id = nullptr;
+    if (FAILED(pin->QueryId(&id))) {
+        return "?";
+    }
+    const std::wstring text = id;
+    CoTaskMemFree(id);
+    return {text.begin(), text.end()};
+}
+
+std::string whichOf(IBaseFilter* filter) {
+    for (const auto& [id, name] : {std::pair(L"DXSourcePin", "source"), {L"DXSinkPin", "sink"}}) {
+        ComPointer<IPin> pin;
+        if (SUCCEEDED(Tarvik::receiveObject(pin, [&](IPin** out) { return filter->FindPin(id, out); }))) {
+            return name;
+        }
+    }
+    return "plug-in";
+}
 
 class WatchedGraph final : public IFilterGraph, public IMediaControl, private Watched<IFilterGraph> {
 public:
@@ -218,23 +245,26 @@ public:
             watcher.onAddFilter(filter);
         }
         EXPECT_EQ(name, nullptr);
-        return Pass("AddFilter", [&] { return real->AddFilter(filter, name); });
+        return Pass("AddFilter", whichOf(filter), [&] { return real->AddFilter(filter, name); });
     }
     HRESULT STDMETHODCALLTYPE RemoveFilter(IBaseFilter* filter) override {
-        return Pass("RemoveFilter", [&] { return real->RemoveFilter(filter); });
+        return Pass("RemoveFilter", whichOf(filter), [&] { return real->RemoveFilter(filter); });
     }
     HRESULT STDMETHODCALLTYPE EnumFilters(IEnumFilters** out) override { return real->EnumFilters(out); }
     HRESULT STDMETHODCALLTYPE FindFilterByName(LPCWSTR name, IBaseFilter** out) override {
         return real->FindFilterByName(name, out);
     }
     HRESULT STDMETHODCALLTYPE ConnectDirect(IPin* from, IPin* to, const AM_MEDIA_TYPE* type) override {
+        if (watcher.onConnectDirect) {
+            watcher.onConnectDirect(type);
+        }
         return Pass(type != nullptr ? "ConnectDirect by type" : "ConnectDirect", [&] {
             return real->ConnectDirect(from, to, type);
         });
     }
     HRESULT STDMETHODCALLTYPE Reconnect(IPin* pin) override { return real->Reconnect(pin); }
     HRESULT STDMETHODCALLTYPE Disconnect(IPin* pin) override {
-        return Pass("Disconnect", [&] { return real->Disconnect(pin); });
+        return Pass("Disconnect", whichOf(pin), [&] { return real->Disconnect(pin); });
     }
     HRESULT STDMETHODCALLTYPE SetDefaultSyncSource() override { return real->SetDefaultSyncSource(); }
 
@@ -296,8 +326,8 @@ WatchedPlatform::WatchedPlatform()
 
 WatchedPlatform::~WatchedPlatform() = default;
 
-HRESULT WatchedPlatform::Arrive(const std::string& call) {
-    calls.push_back(call);
+HRESULT WatchedPlatform::Arrive(const std::string& call, const std::string& argument) {
+    calls.push_back(argument.empty() ? call : call + " " + argument);
     const int count = ++counts[call];
     for (const std::string& name : {call, call + " " + std::to_string(count)}) {
         if (const auto found = failures.find(name); found != failures.end()) {

@@ -17,7 +17,7 @@ HRESULT arriveAt(const Behaviour& behaviour, Place place) {
         behaviour.onArrival(place);
     }
     const auto found = behaviour.acts.find(place);
-    if (found == behaviour.acts.end()) {
+    if (found == behaviour.acts.end() || (behaviour.mended && *behaviour.mended)) {
         return S_OK;
     }
     switch (found->second.deed) {
@@ -43,6 +43,13 @@ HRESULT arriveAt(const Behaviour& behaviour, Place place) {
     }
     }
     return E_UNEXPECTED;
+}
+
+HRESULT arriveAt(const Behaviour& behaviour, Place place, const Handed& handed) {
+    if (behaviour.onHanded) {
+        behaviour.onHanded(place, handed);
+    }
+    return arriveAt(behaviour, place);
 }
 
 } // namespace TestFilters

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <windows.h>
+#include "directx/Interfaces.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 
 namespace TestFilters {
 
@@ -77,6 +78,15 @@ enum class Delivery {
     flood,
 };
 
+/// What a host hands in at some of the places. What does not belong to the place is null or 0.
+struct Handed {
+    const AM_MEDIA_TYPE* type = nullptr;
+    IMemAllocator* allocator = nullptr;
+    IPropertyPageSite* site = nullptr;
+    /// Whether an allocator is read-only, whether a page is modal, how it is to be shown.
+    UINT argument = 0;
+};
+
 /// What a filter is, other than a gain of one half on floats with one pin each way.
 struct Behaviour {
     Delivery delivery = Delivery::copied;
@@ -87,11 +97,16 @@ struct Behaviour {
     bool persists = true;
     bool hasPage = false;
     std::map<Place, Act> acts;
+    /// Once it is true, the acts are over, also of what was made before.
+    std::shared_ptr<const bool> mended;
     /// Told each place as it is reached, before anything is done there.
     std::function<void(Place)> onArrival;
+    /// Told what is handed in, as soon as the place is reached.
+    std::function<void(Place, const Handed&)> onHanded;
 };
 
 /// Does what the behaviour has for the place. S_OK where it has nothing.
 HRESULT arriveAt(const Behaviour& behaviour, Place place);
+HRESULT arriveAt(const Behaviour& behaviour, Place place, const Handed& handed);
 
 } // namespace TestFilters

@@ -1,5 +1,7 @@
 #include "directx/Ledger.h"
 
+#include <utility>
+
 namespace TestFilters {
 
 Ledger& Ledger::Instance() {
@@ -30,6 +32,14 @@ void Ledger::Added(const std::string& name) {
 void Ledger::Released(const std::string& name) {
     const std::lock_guard guard(lock);
     ++accounts[name].releases;
+    if (onRelease) {
+        onRelease(name);
+    }
+}
+
+void Ledger::TellReleases(std::function<void(const std::string& name)> listener) {
+    const std::lock_guard guard(lock);
+    onRelease = std::move(listener);
 }
 
 std::map<std::string, Ledger::Account> Ledger::Accounts() const {

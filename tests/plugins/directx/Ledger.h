@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -28,6 +29,9 @@ public:
     void Added(const std::string& name);
     void Released(const std::string& name);
 
+    /// Has each release told, as it comes; null: no more.
+    void TellReleases(std::function<void(const std::string& name)> listener);
+
     std::map<std::string, Account> Accounts() const;
     /// How many objects live.
     long Living() const;
@@ -35,6 +39,7 @@ public:
 private:
     mutable std::mutex lock;
     std::map<std::string, Account> accounts;
+    std::function<void(const std::string&)> onRelease;
 };
 
 } // namespace TestFilters

@@ -27,7 +27,7 @@ HRESULT STDMETHODCALLTYPE TestInputPin::Connect(IPin*, const AM_MEDIA_TYPE*) {
 }
 
 HRESULT STDMETHODCALLTYPE TestInputPin::QueryAccept(const AM_MEDIA_TYPE* type) {
-    const HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::queryAccept);
+    const HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::queryAccept, {.type = type});
     if (answer != S_OK) {
         return answer;
     }
@@ -35,7 +35,7 @@ HRESULT STDMETHODCALLTYPE TestInputPin::QueryAccept(const AM_MEDIA_TYPE* type) {
 }
 
 HRESULT STDMETHODCALLTYPE TestInputPin::ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* type) {
-    const HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::receiveConnection);
+    const HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::receiveConnection, {.type = type});
     if (FAILED(answer)) {
         return answer;
     }
@@ -54,8 +54,10 @@ HRESULT STDMETHODCALLTYPE TestInputPin::GetAllocator(IMemAllocator** out) {
     return VFW_E_NO_ALLOCATOR;
 }
 
-HRESULT STDMETHODCALLTYPE TestInputPin::NotifyAllocator(IMemAllocator* agreed, BOOL) {
-    const HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::notifyAllocator);
+HRESULT STDMETHODCALLTYPE TestInputPin::NotifyAllocator(IMemAllocator* agreed, BOOL readOnly) {
+    const HRESULT answer = arriveAt(
+        Filter().GetBehaviour(), Place::notifyAllocator,
+        {.allocator = agreed, .argument = static_cast<UINT>(readOnly)});
     if (FAILED(answer)) {
         return answer;
     }

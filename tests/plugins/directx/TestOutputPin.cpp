@@ -35,8 +35,8 @@ HRESULT TestOutputPin::Deliver(IMediaSample* sample) {
     return input != nullptr ? input->Receive(sample) : VFW_E_NOT_CONNECTED;
 }
 
-HRESULT STDMETHODCALLTYPE TestOutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE*) {
-    HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::connectOutput);
+HRESULT STDMETHODCALLTYPE TestOutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE* type) {
+    HRESULT answer = arriveAt(Filter().GetBehaviour(), Place::connectOutput, {.type = type});
     if (FAILED(answer)) {
         return answer;
     }

@@ -47,8 +47,8 @@ ULONG STDMETHODCALLTYPE TestPage::Release() {
 }
 
 HRESULT STDMETHODCALLTYPE TestPage::SetPageSite(IPropertyPageSite* newSite) {
-    const HRESULT answer =
-        arriveAt(behaviour, newSite != nullptr ? Place::pageSetSite : Place::pageClearSite);
+    const HRESULT answer = arriveAt(
+        behaviour, newSite != nullptr ? Place::pageSetSite : Place::pageClearSite, {.site = newSite});
     if (FAILED(answer)) {
         return answer;
     }
@@ -60,8 +60,8 @@ HRESULT STDMETHODCALLTYPE TestPage::SetPageSite(IPropertyPageSite* newSite) {
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE TestPage::Activate(HWND parent, LPCRECT place, BOOL) {
-    const HRESULT answer = arriveAt(behaviour, Place::pageActivate);
+HRESULT STDMETHODCALLTYPE TestPage::Activate(HWND parent, LPCRECT place, BOOL modal) {
+    const HRESULT answer = arriveAt(behaviour, Place::pageActivate, {.argument = static_cast<UINT>(modal)});
     if (FAILED(answer)) {
         return answer;
     }
@@ -117,7 +117,7 @@ HRESULT STDMETHODCALLTYPE TestPage::SetObjects(ULONG count, IUnknown** objects) 
 }
 
 HRESULT STDMETHODCALLTYPE TestPage::Show(UINT command) {
-    const HRESULT answer = arriveAt(behaviour, Place::pageShow);
+    const HRESULT answer = arriveAt(behaviour, Place::pageShow, {.argument = command});
     if (SUCCEEDED(answer)) {
         ShowWindow(window, static_cast<int>(command));
     }

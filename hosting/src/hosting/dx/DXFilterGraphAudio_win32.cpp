@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-#include <span>
 
 namespace Tarvik {
 
@@ -39,14 +38,14 @@ void DXFilterGraph::Process(std::uint32_t frames, std::uint32_t channels, float*
     }
 
     const DXSinkPin::Received received(sink);
-    const std::span<const float> output = received.Floats();
-    if (output.size() > floats) {
+    if (!received || received.Count() > floats) {
         return;
     }
-    const auto delivered = static_cast<std::uint32_t>(output.size() / channels);
-    lastDeliveredFrames = delivered;
+    const auto delivered = static_cast<std::uint32_t>(received.Count() / channels);
+    lastDeliveredFrames.Set(delivered);
     const std::uint32_t silent = frames - delivered;
-    deinterleave(output.data(), delivered, {buffers, channels}, silent);
+    // The sample is no longer than the sink's buffer: of as many floats as went out, none is left out.
+    deinterleave(received.Floats().data(), delivered, {buffers, channels}, silent);
     for (std::uint32_t channel = 0; channel < channels; ++channel) {
         std::fill_n(buffers[channel], silent, 0.0f);
     }
@@ -59,7 +58,7 @@ void DXFilterGraph::Restart() noexcept {
     // The next block shows what became of it.
     guardedCall([&] { return mediaControl->Stop(); });
     guardedCall([&] { return mediaControl->Run(); });
-    lastDeliveredFrames = {};
+    lastDeliveredFrames.Clear();
 }
 
 } // namespace Tarvik

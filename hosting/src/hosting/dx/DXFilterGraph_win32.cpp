@@ -29,7 +29,7 @@ bool DXFilterGraph::Open(const String& classIdText) {
         !ConnectInput() || !MakeSample() || !ConnectOutput() || !Run()) {
         return false;
     }
-    lastDeliveredFrames = {};
+    lastDeliveredFrames.Clear();
     AskForState();
     AskForPropertyPages();
     return true;
@@ -129,6 +129,9 @@ void DXFilterGraph::AskForState() {
     static_cast<void>(queryInterface(filter.Get(), IID_IPersistStream, persistStream));
 }
 
+// Like the state, the pages may be missing, and may fail to be told: a filter without an editor plays as well
+// as any other, and whoever asks for the editor is told that there is none. Taken for a failure to load, it
+// would turn away every filter that has no page at all.
 void DXFilterGraph::AskForPropertyPages() {
     ComPointer<ISpecifyPropertyPages> pages;
     CAUUID list{};

@@ -5,6 +5,7 @@
 #include "hosting/dx/DXPropertyPageSite_win32.h"
 #include "hosting/dx/DXSinkFilter_win32.h"
 #include "hosting/dx/DXSourceFilter_win32.h"
+#include "hosting/dx/DeliveredFrames.h"
 #include "svbase/util/Noncopyable.h"
 #include "svbase/util/String.h"
 #include "svbase/util/checked_value.h"
@@ -15,7 +16,7 @@
 namespace Tarvik {
 
 /// A private graph of three filters, ours, the plug-in and ours, through which each block is pushed by hand.
-/// What a plug-in throws out of any call but Open makes that call fail. [main], but for Process.
+/// What a plug-in throws out of any call but Open makes that call fail. [main] where nothing else is said.
 class DXFilterGraph : private noncopyable {
 public:
     /// Creates nothing but the two filters of its own. Throws std::bad_alloc.
@@ -34,12 +35,13 @@ public:
     const String& GetFriendlyName() const { return friendlyName; }
 
     /// In place. A plug-in that answers with fewer frames than it was given has held the others back: what
-    /// came stands at the end of the block, behind silence. One that answers with more, or throws, leaves the
-    /// block as it was. No more than 65536 bytes of audio are taken, and a longer block stays as it was.
-    /// Allocates only when more comes back than that. [audio]
+    /// came stands at the end of the block, behind silence. One that answers with more, throws, or delivers
+    /// from a thread of its own at that very moment leaves the block as it was. No more than 65536 bytes of
+    /// audio are taken, and a longer block stays as it was. Allocates only when more comes back than that.
+    /// [audio]
     void Process(std::uint32_t frames, std::uint32_t channels, float** buffers) noexcept;
-    /// How many frames the last block gave back.
-    checked_value<std::uint32_t> GetLastDeliveredFrames() const { return lastDeliveredFrames; }
+    /// How many frames the last block gave back. [any]
+    checked_value<std::uint32_t> GetLastDeliveredFrames() const { return lastDeliveredFrames.Get(); }
     /// Stops and runs the graph, so that the plug-in forgets what it has heard. Never while Process runs.
     void Restart() noexcept;
 
@@ -88,7 +90,7 @@ private:
     ComPointer<IPin> inputPin;
     ComPointer<IPin> outputPin;
     ComPointer<IMemInputPin> memInputPin;
-    checked_value<std::uint32_t> lastDeliveredFrames;
+    DeliveredFrames lastDeliveredFrames;
     ComPointer<IPersistStream> persistStream;
     std::vector<CLSID> pageClasses;
     ComPointer<IPropertyPage> propertyPage;

@@ -145,10 +145,12 @@ HRESULT DXMediaType::Accept(const AM_MEDIA_TYPE* offered) noexcept {
 }
 
 void DXMediaType::Free(AM_MEDIA_TYPE& foreign) noexcept {
+    // A block of the allocator's tells that somebody has filled in the record. Where there is none, the
+    // object may be garbage that would be called through.
     if (isOfTaskAllocator(foreign.pbFormat)) {
         CoTaskMemFree(foreign.pbFormat);
+        ComPointer<IUnknown>::Adopt(foreign.pUnk).Reset();
     }
-    // Its object is unused by everybody, and would be called through if it were garbage.
     foreign = {};
 }
 

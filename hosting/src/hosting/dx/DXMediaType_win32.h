@@ -35,8 +35,8 @@ public:
     static HRESULT Accept(const AM_MEDIA_TYPE* offered) noexcept;
 
     /// Frees what a foreign media type holds, and zeroes it. Also harmless to one that nobody has ever filled
-    /// in, as callers hand them in for out arguments: only a block that the allocator knows is given back to
-    /// it.
+    /// in, as callers hand them in for out arguments: only a format block that the allocator knows is given
+    /// back to it, and only beside such a block is the object released.
     static void Free(AM_MEDIA_TYPE& foreign) noexcept;
 
 private:

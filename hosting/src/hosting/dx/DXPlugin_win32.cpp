@@ -3,6 +3,8 @@
 #include "hosting/EditorWindowClass_win32.h"
 #include "hosting/dx/DXFilterGraph_win32.h"
 
+#include <utility>
+
 namespace Tarvik {
 
 namespace {
@@ -91,8 +93,7 @@ bool DXPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) {
         return false;
     }
     if (!graph->ShowPropertyPage(static_cast<HWND>(editorWindow), width, height)) {
-        windowClass.Destroy(editorWindow);
-        editorWindow = nullptr;
+        windowClass.Destroy(std::exchange(editorWindow, nullptr));
         return false;
     }
     editorParent = parent;
@@ -103,10 +104,12 @@ void DXPlugin::CloseEditor() {
     if (!IsEditorOpen()) {
         return;
     }
-    graph->HidePropertyPage();
-    windowClass.Destroy(editorWindow);
-    editorWindow = nullptr;
+    // Closed before anything goes: the page may wait for messages, and the parent window is told that its
+    // child goes. Whoever closes the editor in answer to that must find nothing left to do.
     editorParent = nullptr;
+    const NativeWindow going = std::exchange(editorWindow, nullptr);
+    graph->HidePropertyPage();
+    windowClass.Destroy(going);
 }
 
 String DXPlugin::EditorClassName() {

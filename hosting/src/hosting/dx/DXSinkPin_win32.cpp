@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace Tarvik {
 
@@ -18,6 +19,7 @@ bool DXSinkPin::Clear() noexcept {
     if (!TakeBuffer()) {
         return false;
     }
+    keptFloats = 0;
     receivedFloats = 0;
     GiveBufferBack();
     return true;
@@ -32,7 +34,7 @@ DXSinkPin::Received::~Received() {
 }
 
 std::span<const float> DXSinkPin::Received::Floats() const noexcept {
-    return {from.buffer.data(), held ? from.receivedFloats : 0};
+    return held ? std::span<const float>(from.buffer.data(), from.keptFloats) : std::span<const float>();
 }
 
 HRESULT STDMETHODCALLTYPE DXSinkPin::NonDelegatingQueryInterface(REFIID iid, void** out) {
@@ -154,29 +156,44 @@ HRESULT STDMETHODCALLTYPE DXSinkPin::Receive(IMediaSample* sample) {
     if (FAILED(sample->GetPointer(&bytes)) || bytes == nullptr) {
         return E_FAIL;
     }
-    // A sample that says that it holds more than it has room for would have us read beyond it.
-    const long length = std::min(sample->GetActualDataLength(), sample->GetSize());
-    return length < static_cast<long>(sizeof(float))
-               ? S_OK
-               : Append(bytes, static_cast<std::size_t>(length) / sizeof(float));
+    long length = sample->GetActualDataLength();
+    // A sample that says that it holds more than it has room for would have us read beyond it. One that does
+    // not tell how much room it has is believed.
+    if (const long size = sample->GetSize(); size > 0) {
+        length = std::min(length, size);
+    }
+    if (length >= static_cast<long>(sizeof(float))) {
+        Append(bytes, static_cast<std::uint32_t>(static_cast<std::size_t>(length) / sizeof(float)));
+    }
+    return S_OK;
 }
 
-HRESULT DXSinkPin::Append(const BYTE* bytes, std::size_t floats) noexcept {
+void DXSinkPin::Append(const BYTE* bytes, std::uint32_t floats) noexcept {
     if (!TakeBuffer()) {
-        return E_FAIL;
+        return;
     }
-    HRESULT answer = S_OK;
-    try {
-        if (floats > buffer.size() - receivedFloats) {
-            buffer.resize(receivedFloats + floats);
-        }
-        std::memcpy(buffer.data() + receivedFloats, bytes, floats * sizeof(float));
-        receivedFloats += floats;
-    } catch (...) {
-        answer = E_OUTOFMEMORY;
+    // Behind what was left out nothing is kept: it would stand in the wrong place.
+    if (keptFloats == receivedFloats && MakeRoom(keptFloats + floats)) {
+        std::memcpy(buffer.data() + keptFloats, bytes, floats * sizeof(float));
+        keptFloats += floats;
     }
+    receivedFloats += std::min(floats, std::numeric_limits<std::uint32_t>::max() - receivedFloats);
     GiveBufferBack();
-    return answer;
+}
+
+bool DXSinkPin::MakeRoom(std::size_t floats) noexcept {
+    if (floats <= buffer.size()) {
+        return true;
+    }
+    if (floats > mostKeptFloats) {
+        return false;
+    }
+    try {
+        buffer.resize(floats);
+    } catch (...) {
+        return false;
+    }
+    return true;
 }
 
 HRESULT STDMETHODCALLTYPE DXSinkPin::ReceiveMultiple(IMediaSample** samples, long count, long* processed) {

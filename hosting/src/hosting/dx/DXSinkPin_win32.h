@@ -19,13 +19,18 @@ class DXBaseFilter;
 ///
 /// Threads. Samples come in the middle of the block that they belong to, on the [audio] thread, and whoever
 /// reads them does it there between two blocks. A filter with a thread of its own may deliver at any time.
-/// Nobody waits: one flag says that somebody is at the buffer, and whoever finds it set goes away. A delivery
-/// is refused then, and a reader finds nothing. The flag is taken with acquire and given back with release
-/// order, so that each sees what the one before him wrote.
+/// Nobody waits: one flag says that somebody is at the buffer, and whoever finds it set goes away. A reader
+/// finds nothing then, and a delivery is dropped. It succeeds all the same: filters take a failure for the
+/// end of the stream, and would deliver nothing more until the next start. The flag is taken with acquire and
+/// given back with release order, so that each sees what the one before him wrote.
 class DXSinkPin final : public CUnknown, public IPin, public IMemInputPin {
 public:
     /// Its name, and what it is found by.
     static constexpr const char* name = "DXSinkPin";
+
+    /// How many floats are kept between two Clears, many times as many as any block has. A filter with a
+    /// thread of its own delivers also while no block comes along, and must not fill the memory.
+    static constexpr std::size_t mostKeptFloats = std::size_t{1} << 20;
 
     /// owningFilter: the one that the pin belongs to, which calls ForgetFilter before it goes.
     /// bufferedFloats: how many may arrive between two Clears before the buffer has to grow.
@@ -38,7 +43,7 @@ public:
     /// Forgets what has arrived. False, and nothing done, while a delivery is under way. [audio]
     bool Clear() noexcept;
 
-    /// What has arrived, for as long as the object lives; deliveries meanwhile are refused. [audio]
+    /// What has arrived, for as long as the object lives; deliveries meanwhile are dropped. [audio]
     class Received {
     public:
         explicit Received(DXSinkPin& pin) noexcept;
@@ -46,7 +51,11 @@ public:
         Received(const Received&) = delete;
         Received& operator=(const Received&) = delete;
 
-        /// Empty while a delivery is under way.
+        /// False while a delivery is under way: nothing is known of it then, and nothing below tells.
+        explicit operator bool() const noexcept { return held; }
+        /// How many floats have arrived; the highest number stands for any higher one.
+        std::uint32_t Count() const noexcept { return held ? from.receivedFloats : 0; }
+        /// All of them, or the first, where there was no room for the others.
         std::span<const float> Floats() const noexcept;
 
     private:
@@ -82,8 +91,8 @@ public:
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** out) override;
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* agreed, BOOL readOnly) override;
     HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* out) override;
-    /// Copies the sample's whole floats. E_FAIL for a sample without memory, and while another one is copied.
-    /// [any]
+    /// Copies the sample's whole floats, or counts them where there is no room for them. E_FAIL for a sample
+    /// without memory. [any]
     HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
     /// In their order, up to the first that is not S_OK, whose answer it gives. processed: how many were.
     /// [any]
@@ -94,15 +103,17 @@ public:
 private:
     bool TakeBuffer() noexcept { return !bufferTaken.test_and_set(std::memory_order_acquire); }
     void GiveBufferBack() noexcept { bufferTaken.clear(std::memory_order_release); }
-    HRESULT Append(const BYTE* bytes, std::size_t floats) noexcept;
+    void Append(const BYTE* bytes, std::uint32_t floats) noexcept;
+    bool MakeRoom(std::size_t floats) noexcept;
 
     float sampleRate;
     std::uint32_t channelLayout;
     DXBaseFilter* filter;
     DXPinConnection connection;
-    /// As long as the longest block needed; the first receivedFloats of it have arrived.
+    /// As long as the longest block needed; the first keptFloats of it have arrived.
     std::vector<float> buffer;
-    std::size_t receivedFloats = 0;
+    std::size_t keptFloats = 0;
+    std::uint32_t receivedFloats = 0;
     std::atomic_flag bufferTaken;
     ComPointer<IMemAllocator> allocator;
 };

@@ -17,11 +17,20 @@ HRESULT STDMETHODCALLTYPE DXSourcePin::NonDelegatingQueryInterface(REFIID iid, v
 
 HRESULT STDMETHODCALLTYPE DXSourcePin::Connect(IPin* receiver, const AM_MEDIA_TYPE* type) {
     HRESULT answer = connection.CheckConnect(receiver, type, PINDIR_INPUT);
-    if (SUCCEEDED(answer)) {
-        // The graph's own call is around this one, and must not be thrown through.
-        answer = guardedCall([&] { return receiver->ReceiveConnection(this, type); });
+    if (FAILED(answer)) {
+        return answer;
     }
-    return SUCCEEDED(answer) ? connection.Store(receiver, *type) : answer;
+    // The graph's own call is around this one, and must not be thrown through.
+    answer = guardedCall([&] { return receiver->ReceiveConnection(this, type); });
+    if (FAILED(answer)) {
+        return answer;
+    }
+    answer = connection.Store(receiver, *type);
+    if (FAILED(answer)) {
+        // It has taken a connection that there is none of.
+        guardedCall([&] { return receiver->Disconnect(); });
+    }
+    return answer;
 }
 
 HRESULT STDMETHODCALLTYPE DXSourcePin::ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) {
