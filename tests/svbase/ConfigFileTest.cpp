@@ -53,6 +53,13 @@ TEST(ConfigFile, Its_operations_stand_in_their_published_order) {
     EXPECT_FALSE(std::is_copy_constructible_v<ConfigFile>);
 }
 
+TEST(ConfigFile, A_feature_of_a_product_has_a_base_path_of_its_own) {
+    EXPECT_EQ(ConfigFile::basePathOf("Product", "Some feature"), "SOFTWARE\\Product\\Some feature");
+    EXPECT_EQ(
+        ConfigFile(ConfigFile::basePathOf("Product", "Some feature")).path(),
+        "SOFTWARE/Product/Some feature");
+}
+
 TEST(ConfigFile, Keeps_its_path_with_slashes_alone) {
     EXPECT_EQ(ConfigFile("SOFTWARE\\Solvane\\x/y").path().toStdString(), "SOFTWARE/Solvane/x/y");
     EXPECT_EQ(ConfigFile("a\\/b", ConfigFile::Hive::ClassesRoot).path().toStdString(), "a//b");

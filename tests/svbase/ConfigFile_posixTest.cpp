@@ -4,6 +4,7 @@
 #include "support/MemoryFolder_posix.h"
 #include "svbase/TemporaryDirectory.h"
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 #include <set>
 #include <string>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -314,20 +316,26 @@ TEST_F(PosixConfigFile, After_a_thousand_damaged_files_none_is_replaced_any_more
     EXPECT_EQ(directory.bytes(u8"tarvik-plugin-scanner/current-user.preferences.damaged-7"), "noise");
 }
 
-/// Whether somebody waits for a lock on the file, as the system lists it.
-bool isWaitedFor(const fs::path& path) {
-    struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0) {
-        return false;
+/// How often this process has the file open.
+int openDescriptors(const fs::path& path) {
+    int count = 0;
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        count += fs::read_symlink(entry.path(), gone) == path ? 1 : 0;
     }
-    const std::string inode = ":" + std::to_string(status.st_ino) + " ";
-    std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);) {
-        if (line.find("->") != std::string::npos && line.find(inode) != std::string::npos) {
-            return true;
+    return count;
+}
+
+/// How often the thread has given up the processor of its own accord.
+long pausesOf(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+    const std::string word = "voluntary_ctxt_switches:";
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(word)) {
+            return std::stol(line.substr(word.size()));
         }
     }
-    return false;
+    return -1;
 }
 
 TEST_F(PosixConfigFile, A_writer_waits_for_the_lock_and_a_reader_does_not) {
@@ -336,12 +344,22 @@ TEST_F(PosixConfigFile, A_writer_waits_for_the_lock_and_a_reader_does_not) {
     const int lock = ::open(lockFile.c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_GE(lock, 0);
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
-    std::thread writer([] { ConfigFile("S").writeInt("one", 2); });
+    std::atomic<pid_t> id = 0;
+    std::thread writer([&] {
+        id = ::gettid();
+        ConfigFile("S").writeInt("one", 2);
+    });
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!isWaitedFor(lockFile) && std::chrono::steady_clock::now() < limit) {
-        std::this_thread::yield();
-    }
-    EXPECT_TRUE(isWaitedFor(lockFile));
+    const auto until = [&](const auto& condition) {
+        while (!condition() && std::chrono::steady_clock::now() < limit) {
+            std::this_thread::yield();
+        }
+        return condition();
+    };
+    EXPECT_TRUE(until([&] { return openDescriptors(lockFile) == 2; })) << "the test's and the writer's";
+    const long pauses = pausesOf(id);
+    EXPECT_TRUE(until([&] { return pausesOf(id) >= pauses + 3; }))
+        << "it has tried, in vain, and tries again";
     EXPECT_EQ(config.readInt("one", 0), 1);
     // As another holder of the lock would.
     put(head + "value S one 4 01000000\nvalue S two 4 02000000\nend\n");
@@ -349,6 +367,39 @@ TEST_F(PosixConfigFile, A_writer_waits_for_the_lock_and_a_reader_does_not) {
     writer.join();
     EXPECT_EQ(config.readInt("one", 0), 2);
     EXPECT_EQ(config.readInt("two", 0), 2) << "it read before it had the lock";
+}
+
+TEST_F(PosixConfigFile, A_stopped_holder_of_the_lock_keeps_a_change_from_being_made_and_nobody_for_ever) {
+    using std::chrono::steady_clock;
+    config.writeInt("one", 1);
+    const std::string lockFile = folder() / "current-user.lock";
+    const pid_t holder = ::fork();
+    if (holder == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int lock = ::open(lockFile.c_str(), O_RDWR | O_CLOEXEC);
+        if (lock < 0 || ::flock(lock, LOCK_EX) != 0) {
+            ::_exit(1);
+        }
+        ::raise(SIGSTOP);
+        ::_exit(0);
+    }
+    ASSERT_GT(holder, 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(holder, &status, WUNTRACED), holder);
+    ASSERT_TRUE(WIFSTOPPED(status));
+
+    const auto begin = steady_clock::now();
+    config.writeInt("one", 2);
+    const auto waited = steady_clock::now() - begin;
+    EXPECT_EQ(config.readInt("one", 0), 1);
+    EXPECT_GE(waited, std::chrono::seconds(2)) << "others that only take their time are waited for";
+    EXPECT_LT(waited, std::chrono::seconds(30));
+    EXPECT_THAT(files(), UnorderedElementsAre("current-user.preferences", "current-user.lock"));
+
+    ASSERT_EQ(::kill(holder, SIGKILL), 0);
+    ASSERT_EQ(::waitpid(holder, nullptr, 0), holder);
+    config.writeInt("one", 3);
+    EXPECT_EQ(config.readInt("one", 0), 3);
 }
 
 /// Runs the body in a child, and gives its identifier. Its end is _exit(0).

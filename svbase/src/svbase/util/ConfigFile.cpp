@@ -57,6 +57,10 @@ ConfigFile::ConfigFile(const String& path, Hive rootKey)
 
 ConfigFile::~ConfigFile() = default;
 
+String ConfigFile::basePathOf(const String& product, const String& feature) {
+    return String("SOFTWARE\\%1\\%2").arg(product).arg(feature);
+}
+
 String ConfigFile::path() const {
     return basePath_;
 }

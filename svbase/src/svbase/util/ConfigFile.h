@@ -14,7 +14,8 @@ namespace Util {
 ///
 /// No state beside base and hive: objects are made wherever a preference is needed, and every operation looks
 /// at the store anew. Changes of other processes show at once, and none gets lost. [any], but not [audio]:
-/// each operation opens and closes the store, and a write waits for other writers.
+/// each operation opens and closes the store, and a write waits for other writers, some seconds at most: then
+/// it is one of those that are dropped.
 class ConfigFile : noncopyable {
 public:
     /// The roots of the hierarchy, by the values that the platform publishes for their handles.
@@ -30,6 +31,10 @@ public:
     /// Every "\" of the path becomes "/", so that a base path has no way to write a "/" inside of a
     /// component.
     ConfigFile(const String& path, Hive rootKey);
+
+    /// Where a feature of a product keeps its preferences, apart from those that all products share: a base
+    /// path. Neither name may have a "/" or "\" in it.
+    static String basePathOf(const String& product, const String& feature);
 
     virtual String path() const;
 

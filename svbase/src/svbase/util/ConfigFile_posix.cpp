@@ -1,9 +1,10 @@
 // The registry's place is taken by one file per hive, <configuration
 // folder>/tarvik-plugin-scanner/<hive>.preferences, with the text of a ConfigStore. A writer holds the lock
 // of <hive>.lock from reading to renaming, so that changes of several threads and processes follow each
-// other; the lock ends with its process. It writes <hive>.preferences.new and renames that into place, so
-// that readers, who take no lock, see the text of before or after, and a process that is killed leaves one of
-// the two.
+// other; the lock ends with its process. A holder that is stopped, by a debugger or a signal, would keep it
+// without end: a change that has waited for longestWait is dropped. It writes <hive>.preferences.new and
+// renames that into place, so that readers, who take no lock, see the text of before or after, and a process
+// that is killed leaves one of the two.
 //
 // Of a damaged file, what can be read still counts. Before the first change replaces it, it is kept as
 // <hive>.preferences.damaged-<number>; where that fails, nothing is changed. A file that exists and cannot be
@@ -15,6 +16,7 @@
 #include "svbase/util/Noncopyable.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +25,7 @@
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -32,6 +35,10 @@ namespace {
 
 constexpr std::size_t maxBytes = std::size_t{64} << 20U;
 constexpr int maxDamagedCopies = 1000;
+
+// A change takes some milliseconds, most of them the disk's. The system's own way to wait knows no limit.
+constexpr std::chrono::seconds longestWait{5};
+constexpr std::chrono::milliseconds pauseBetweenTries{1};
 
 class Descriptor : noncopyable {
 public:
@@ -217,10 +224,12 @@ private:
     std::string path() const { return base_ + ".preferences"; }
 
     static bool wait(const Descriptor& lock) {
-        while (::flock(lock.get(), LOCK_EX) != 0) {
-            if (errno != EINTR) {
+        const auto limit = std::chrono::steady_clock::now() + longestWait;
+        while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+            if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= limit) {
                 return false;
             }
+            std::this_thread::sleep_for(pauseBetweenTries);
         }
         return true;
     }
