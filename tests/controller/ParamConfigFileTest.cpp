@@ -4,9 +4,11 @@
 #include "support/VirtualSlot.h"
 
 #include <cmath>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -93,10 +95,19 @@ TEST(ParamConfigFileStorage, Its_operations_stand_in_their_published_order) {
         using ParamConfigFileStorage::write;
     };
     using Storage = ParamConfigFileStorage<float>;
-    const std::ptrdiff_t first = virtualSlot(&Storage::set);
-    EXPECT_EQ(virtualSlot(&Storage::get), first + 1);
-    EXPECT_EQ(virtualSlot(&Open::write), first + 2);
-    EXPECT_EQ(virtualSlot(&Open::read), first + 3);
+    EXPECT_EQ(
+        virtualSlots(&Storage::set, &Storage::get, &Open::write, &Open::read), slotsFrom(destructorSlots, 4));
+    // In front of them the two entries of the destructor, of which the first one leaves the memory alone.
+    std::vector<std::string> log;
+    LoggedConfigFile config(log);
+    alignas(Storage) unsigned char memory[sizeof(Storage)];
+    auto* storage = new (memory) Storage(1.0f, config, ConfigWritePolicy::AtDestruction, "key");
+    using Destructor = void (*)(void* object);
+    const Destructor* table = nullptr;
+    std::memcpy(&table, static_cast<const void*>(storage), sizeof table);
+    EXPECT_THAT(log, ElementsAre("read key"));
+    table[0](storage);
+    EXPECT_THAT(log, ElementsAre("read key", "write key 1"));
 }
 
 TEST(ParamConfigFileStorage, The_policies_have_their_published_numbers) {

@@ -24,8 +24,24 @@ struct ConfigSandbox::Platform {
     Platform() { base = "SOFTWARE\\Solvane\\Tests " + std::to_string(GetCurrentProcessId()); }
     ~Platform() {
         RegDeleteTreeW(HKEY_CURRENT_USER, wide(base).c_str());
-        // What stood there before stays: it has sub-keys.
-        RegDeleteKeyW(HKEY_CURRENT_USER, L"SOFTWARE\\Solvane");
+        if (isEmpty(L"SOFTWARE\\Solvane")) {
+            RegDeleteKeyW(HKEY_CURRENT_USER, L"SOFTWARE\\Solvane");
+        }
+    }
+
+    /// Neither sub-keys nor values, which would all go with it: the user's own preferences stand there.
+    static bool isEmpty(const wchar_t* path) {
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key) != ERROR_SUCCESS) {
+            return false;
+        }
+        DWORD subkeys = 1;
+        DWORD values = 1;
+        const LSTATUS status = RegQueryInfoKeyW(
+            key, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, &values, nullptr, nullptr, nullptr,
+            nullptr);
+        RegCloseKey(key);
+        return status == ERROR_SUCCESS && subkeys == 0 && values == 0;
     }
 
     std::wstring below(const std::string& path) const {

@@ -3,6 +3,7 @@
 #include "svbase/util/ConfigFile.h"
 
 #include "support/ConfigSandbox.h"
+#include "support/HandleCount_win32.h"
 #include "svbase/TemporaryDirectory.h"
 
 #include <bit>
@@ -14,6 +15,8 @@
 #include <vector>
 
 #include <windows.h>
+
+#include <sddl.h>
 
 namespace {
 
@@ -198,14 +201,91 @@ TEST_F(Win32ConfigFile, No_operation_leaves_a_handle_open) {
         config.writeInt(String(std::string(300, 'n')) + "/x", 1);
     };
     all();
-    DWORD before = 0;
-    DWORD after = 0;
-    ASSERT_NE(GetProcessHandleCount(GetCurrentProcess(), &before), 0);
+    const DWORD before = openHandles();
+    {
+        HKEY left = nullptr;
+        ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"SOFTWARE", 0, KEY_READ, &left), ERROR_SUCCESS);
+        EXPECT_EQ(openHandles(), before + 1) << "one that is left open would show";
+        RegCloseKey(left);
+    }
     for (int i = 0; i < 20; ++i) {
         all();
     }
-    ASSERT_NE(GetProcessHandleCount(GetCurrentProcess(), &after), 0);
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(openHandles(), before);
+}
+
+/// Everybody's rights to a sub-key while the object lives. Its owner, as everywhere, may always look at the
+/// list of them and change it.
+class Allowed {
+public:
+    Allowed(const std::wstring& path, REGSAM rights) {
+        if (RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, READ_CONTROL | WRITE_DAC, &key_) !=
+            ERROR_SUCCESS) {
+            throw std::runtime_error("no key to restrict");
+        }
+        set(rights);
+    }
+    ~Allowed() {
+        set(KEY_ALL_ACCESS);
+        RegCloseKey(key_);
+    }
+    Allowed(const Allowed&) = delete;
+    Allowed& operator=(const Allowed&) = delete;
+
+private:
+    void set(REGSAM rights) const {
+        const std::wstring text = String("D:P(A;;0x%1;;;WD)").arg(rights, 16).toNativeWide();
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        EXPECT_NE(
+            ConvertStringSecurityDescriptorToSecurityDescriptorW(
+                text.c_str(), SDDL_REVISION_1, &descriptor, nullptr),
+            0);
+        EXPECT_EQ(RegSetKeySecurity(key_, DACL_SECURITY_INFORMATION, descriptor), ERROR_SUCCESS);
+        LocalFree(descriptor);
+    }
+
+    HKEY key_ = nullptr;
+};
+
+TEST_F(Win32ConfigFile, Reading_asks_for_the_right_to_read_and_no_other) {
+    constexpr REGSAM read = 0x20019;
+    config.writeInt("one", 1);
+    const std::wstring subkey = sandbox.base().replace("/", "\\").toNativeWide();
+    const auto readWith = [&](REGSAM rights) {
+        const Allowed allowed(subkey, rights);
+        std::vector<String> names;
+        config.valueNames(names, "");
+        const std::int32_t value = config.readInt("one", 5);
+        EXPECT_EQ(names.empty(), value == 5);
+        return value;
+    };
+    EXPECT_EQ(readWith(read), 1);
+    for (const REGSAM missing : {KEY_QUERY_VALUE, KEY_ENUMERATE_SUB_KEYS, KEY_NOTIFY}) {
+        EXPECT_EQ(readWith(read & ~missing), 5) << missing;
+    }
+}
+
+TEST_F(Win32ConfigFile, Writing_and_removing_ask_for_the_right_to_write_and_no_other) {
+    constexpr REGSAM write = 0x20006;
+    config.writeInt("one", 1);
+    const std::wstring subkey = sandbox.base().replace("/", "\\").toNativeWide();
+    const auto changeWith = [&](REGSAM rights) {
+        config.writeInt("value", 1);
+        config.writeInt("subkey/value", 1);
+        config.writeInt("one", 1);
+        {
+            const Allowed allowed(subkey, rights);
+            config.writeInt("one", 2);
+            config.removeValue("value");
+            config.removeKey("subkey");
+        }
+        return std::vector{
+            config.readInt("one", 0) == 2, config.readInt("value", 0) == 0, !sandbox.hasSubkey("subkey")};
+    };
+    EXPECT_EQ(changeWith(write), std::vector(3, true));
+    for (const REGSAM missing : {KEY_SET_VALUE, KEY_CREATE_SUB_KEY}) {
+        EXPECT_EQ(changeWith(write & ~missing), std::vector(3, false)) << missing;
+    }
 }
 
 TEST_F(Win32ConfigFile, A_name_without_UTF8_form_is_left_out_of_lists) {
