@@ -72,10 +72,9 @@ TEST(Param, Its_operations_stand_in_their_published_order) {
     add(&FloatParam::resetToDefault);
     add(&FloatParam::name);
     add(&FloatParam::isLinked);
-    for (std::size_t i = 1; i < slots.size(); ++i) {
-        EXPECT_EQ(slots[i], slots[i - 1] + 1) << i;
-    }
-    EXPECT_EQ(virtualSlot(&ParamStorage<float>::get), virtualSlot(&ParamStorage<float>::set) + 1);
+    EXPECT_EQ(slots, slotsFrom(destructorSlots, 14));
+    EXPECT_EQ(
+        virtualSlots(&ParamStorage<float>::set, &ParamStorage<float>::get), slotsFrom(destructorSlots, 2));
 }
 
 TEST(StringParam, Its_operations_stand_in_the_same_order_without_those_of_the_range) {

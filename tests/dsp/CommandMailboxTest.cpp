@@ -90,6 +90,10 @@ TEST(DSPCommand, Its_operations_stand_in_their_published_order_and_the_destructo
     EXPECT_EQ(virtualSlot(&Extended::Added), 4 + destructorSlots);
 }
 
+TEST(DSPCommandMailbox, Its_operation_stands_behind_the_destructor) {
+    EXPECT_EQ(virtualSlot(&DSPCommandMailbox::PostCommand), destructorSlots);
+}
+
 TEST_F(CommandMailboxTest, The_host_is_told_of_a_post_before_all_else_and_of_the_end_before_the_destruction) {
     const DSPCommand* told = nullptr;
     host.onCommandPosted = [&](DSPCommand* command) {

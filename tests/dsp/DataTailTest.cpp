@@ -2,6 +2,7 @@
 
 #include "dsp/DataTailCirc.h"
 #include "support/AllocationCount.h"
+#include "support/VirtualSlot.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -227,6 +228,10 @@ TYPED_TEST(DataTailTest, Within_the_capacity_nothing_allocates) {
         this->tail.GetWritePointers(50);
     }
     EXPECT_EQ(AllocationCount(), before);
+}
+
+TEST(DataTail, Grow_stands_right_behind_the_destructor) {
+    EXPECT_EQ(virtualSlot(&DataTail::Grow), destructorSlots);
 }
 
 } // namespace

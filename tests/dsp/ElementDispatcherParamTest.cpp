@@ -132,5 +132,10 @@ TEST(ElementParamImplBase, Its_operations_stand_in_their_published_order) {
         slotsFrom(destructorSlots, 9));
 }
 
+TEST(ElementParam, A_handle_ends_through_its_virtual_destructor) {
+    EXPECT_TRUE(std::has_virtual_destructor_v<ElementParam<float>>);
+    EXPECT_TRUE((std::is_base_of_v<ElementParam<std::uint32_t>, ElementParamEnum>));
+}
+
 } // namespace
 } // namespace DSP::Testing

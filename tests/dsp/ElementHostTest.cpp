@@ -1,5 +1,6 @@
 #include "dsp/ElementHost.h"
 
+#include "TestElementHost.h"
 #include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
@@ -23,6 +24,16 @@ TEST(ElementHost, Its_operations_stand_in_their_published_order) {
             &ElementHost::GetDocumentName, &ElementHost::GetDocumentLength,
             &ElementHost::GetDocumentSampleRate),
         slotsFrom(destructorSlots, 33));
+}
+
+TEST(ElementHost, Its_memory_pool_stands_at_its_beginning_and_its_transforms_behind) {
+    Testing::TestElementHost made;
+    ElementHost* const host = &made;
+    const void* const begin = host;
+    EXPECT_EQ(static_cast<const void*>(static_cast<ProcessingMemoryPool*>(host)), begin);
+    EXPECT_EQ(
+        static_cast<const std::byte*>(static_cast<void*>(static_cast<ProcessingFFTPool*>(host))),
+        static_cast<const std::byte*>(begin) + sizeof(ProcessingMemoryPool));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "dsp/MultichannelBufferView.h"
 
 #include "support/AllocationCount.h"
+#include "support/VirtualSlot.h"
 
 #include <array>
 #include <cstddef>
@@ -170,6 +171,14 @@ TEST_F(DestroyedView, A_copy_of_more_than_24_entries_ends_the_process) {
     EXPECT_DEATH(View{*broken}, "");
     EXPECT_EQ(broken->GetNumChannels(), 25U);
     broken->~View();
+}
+
+TEST(MultichannelBufferViewTest, Its_one_operation_stands_before_the_destructor) {
+    struct Extended : multichannel_buffer_detail::view_canary {
+        virtual void Added() {}
+    };
+    EXPECT_EQ(virtualSlot(&View::IsLive), 0);
+    EXPECT_EQ(virtualSlot(&Extended::Added), 1 + destructorSlots);
 }
 
 TEST(MultichannelBufferViewTest, Nothing_allocates) {

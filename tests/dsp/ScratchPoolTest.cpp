@@ -2,6 +2,7 @@
 
 #include "dsp/ScratchArray.h"
 #include "support/AllocationCount.h"
+#include "support/VirtualSlot.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -106,6 +107,13 @@ TEST(ScratchPoolTest, Reserving_keeps_the_used_count) {
     const std::size_t before = AllocationCount();
     pool.AllocScratch(48);
     EXPECT_EQ(AllocationCount(), before);
+}
+
+TEST(ProcessingMemoryPool, Its_operations_stand_in_their_published_order) {
+    using Pool = ProcessingMemoryPool;
+    EXPECT_EQ(
+        virtualSlots(&Pool::ReserveScratch, &Pool::AllocScratch, &Pool::FreeScratch, &Pool::GetScratchUsed),
+        slotsFrom(destructorSlots, 4));
 }
 
 TEST(ScratchArrayTest, Takes_its_elements_and_one_more) {

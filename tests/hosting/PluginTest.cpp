@@ -261,21 +261,4 @@ TEST(Plugin, Is_dirty_from_a_change_of_its_own_until_cleared) {
     EXPECT_FALSE(plugin.IsDirty());
 }
 
-TEST(Plugin, Its_operations_stand_in_their_published_order) {
-    EXPECT_EQ(
-        virtualSlots(
-            &Plugin::IsValid, &Plugin::GetFormat, &Plugin::GetIdentifier, &Plugin::GetName,
-            &Plugin::GetNumPrograms, &Plugin::GetProgramName, &Plugin::SelectProgram, &Plugin::GetLatency,
-            &Plugin::Idle, &Plugin::IsArchitectureSupported, &Plugin::HasEditor, &Plugin::GetEditorSize,
-            &Plugin::IsEditorOpen, &Plugin::OpenEditor, &Plugin::CloseEditor,
-            &Plugin::HasEditorResizeCallback, &Plugin::SetEditorResizeCallback, &Plugin::Reserved,
-            &Plugin::GetNumParameters, &Plugin::GetParameterName, &Plugin::GetParameterInfo,
-            &Plugin::GetParameterUnits, &Plugin::IsParameterQuantised, &Plugin::GetParameterDisplay,
-            &Plugin::GetParameterValue, &Plugin::SetParameterValue, &Plugin::GetState, &Plugin::SetState,
-            &Plugin::Reset, &Plugin::SupportsRealTime, &Plugin::Process, &Plugin::GetReportedDelay,
-            &Plugin::ProcessEvents, &Plugin::SetTransport, &Plugin::SupportsRandomAccess,
-            &Plugin::ProcessRandomAccess),
-        slotsFrom(0, 36));
-}
-
 } // namespace
