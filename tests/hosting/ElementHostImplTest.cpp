@@ -183,6 +183,21 @@ TEST_F(ElementHostImplTest, The_audio_lock_is_one_and_named) {
     EXPECT_EQ(host.GetAudioLock().name(), String("ElementHostImpl"));
 }
 
+// The pools, which only an explicit instantiation may name.
+const String& nameOfMemoryPool(const ElementHostImpl& host);
+const String& nameOfFFTPool(const ElementHostImpl& host);
+template<auto Memory, auto Transforms>
+struct PrivatePools {
+    friend const String& nameOfMemoryPool(const ElementHostImpl& host) { return (host.*Memory).GetName(); }
+    friend const String& nameOfFFTPool(const ElementHostImpl& host) { return (host.*Transforms).GetName(); }
+};
+template struct PrivatePools<&ElementHostImpl::memoryPool_, &ElementHostImpl::fftPool_>;
+
+TEST_F(ElementHostImplTest, The_pools_are_named) {
+    EXPECT_EQ(nameOfMemoryPool(host), String("PluginMemoryPool"));
+    EXPECT_EQ(nameOfFFTPool(host), String("PluginFFTPool"));
+}
+
 TEST_F(ElementHostImplTest, The_task_queue_runs_off_the_calling_thread) {
     std::promise<std::thread::id> where;
     auto future = where.get_future();

@@ -70,6 +70,23 @@ TEST_F(ElementPluginStateTest, Extra_bytes_up_to_the_limit_are_kept) {
     EXPECT_EQ(state[9] | state[10] << 8 | state[11] << 16 | state[12] << 24, 100000000);
 }
 
+TEST_F(ElementPluginStateTest, A_stream_that_fails_in_the_element_yields_an_empty_state) {
+    element->extra = {1, 2, 3};
+    element->failing = true;
+    std::vector<std::uint8_t> state{1, 2, 3};
+    plugin->GetState(1, state);
+    EXPECT_TRUE(state.empty());
+}
+
+TEST_F(ElementPluginStateTest, A_stream_that_fails_in_the_element_refuses_a_state) {
+    element->extra = {1, 2, 3};
+    const std::vector<std::uint8_t> state = StateOf(1);
+    element->failing = true;
+    EXPECT_FALSE(plugin->SetState(1, static_cast<std::uint32_t>(state.size()), state.data()));
+    element->failing = false;
+    EXPECT_TRUE(plugin->SetState(1, static_cast<std::uint32_t>(state.size()), state.data()));
+}
+
 TEST_F(ElementPluginStateTest, A_state_comes_back) {
     plugin->SetParameterValue(1, gain, -7.25F);
     plugin->SetParameterValue(1, active, 1.0F);

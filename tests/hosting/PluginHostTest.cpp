@@ -229,6 +229,18 @@ TEST_F(PluginHostTest, Each_change_tells_the_element_host) {
     EXPECT_FALSE(elementHost.IsFinishRequested());
 }
 
+// Its lock, which only an explicit instantiation may name.
+const Util::CriticalSection& lockOf(const PluginHost& host);
+template<auto Lock>
+struct PrivateLock {
+    friend const Util::CriticalSection& lockOf(const PluginHost& host) { return host.*Lock; }
+};
+template struct PrivateLock<&PluginHost::pluginLock>;
+
+TEST_F(PluginHostTest, The_lock_around_the_plugin_is_named) {
+    EXPECT_EQ(lockOf(*host).name(), String("PluginHost Plugin Critical Section"));
+}
+
 TEST(PluginHost, Its_own_operation_stands_behind_those_of_all_elements_with_parameters) {
     struct Open : DSP::ElementDispatcher {
         using ElementDispatcher::CreateControllerSet;

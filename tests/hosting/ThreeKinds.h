@@ -3,6 +3,7 @@
 #include "dsp/ElementDispatcher.h"
 #include "hosting/ElementHostImpl.h"
 #include "hosting/ElementPlugin.h"
+#include "svbase/util/Exception.h"
 
 #include <gtest/gtest.h>
 
@@ -66,15 +67,19 @@ public:
         return claimedSize != 0 ? claimedSize : static_cast<std::uint32_t>(extra.size());
     }
     void GetExtraBytes(std::span<std::uint8_t> buffer) const override {
+        FailIfAsked();
         std::copy(extra.begin(), extra.end(), buffer.begin());
     }
     void SetExtraBytes(const void* bytes, std::uint32_t size, bool) override {
+        FailIfAsked();
         const auto* first = static_cast<const std::uint8_t*>(bytes);
         extra.assign(first, first + size);
     }
 
     std::vector<std::uint8_t> extra;
     std::uint32_t claimedSize = 0;
+    /// What has to do with the extra bytes throws what a stream throws.
+    bool failing = false;
     int idles = 0;
     int resets = 0;
     bool realTime = true;
@@ -92,6 +97,12 @@ protected:
     }
 
 private:
+    void FailIfAsked() const {
+        if (failing) {
+            THROW_HERE(Util::Exception::DataStreamIO, "Can't read 12 bytes");
+        }
+    }
+
     bool* gone_;
     float gain_ = 0.0F;
     bool active_ = false;
