@@ -8,6 +8,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -100,7 +101,7 @@ void readString(Util::ByteStream& stream, Model& model) {
     }
     const auto begin = model.data.begin() + static_cast<std::ptrdiff_t>(model.position + 4);
     std::string expected(begin, begin + static_cast<std::ptrdiff_t>(length));
-    expected = expected.c_str();
+    expected.resize(std::min(expected.size(), expected.find('\0')));
     REQUIRE(value.toStdString() == expected && !value.isNull());
     model.position += 4 + length;
 }

@@ -7,6 +7,7 @@
 #include "svbase/util/String.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -105,11 +106,12 @@ void parseNumbers(const String& text, const std::string& bytes, unsigned base) {
     const bool realValid = !plain.empty() && end == plain.c_str() + plain.size();
     const auto readReal = text.toDouble();
     REQUIRE(readReal.valid == realValid);
-    REQUIRE(!realValid || std::memcmp(&real, &readReal.value, sizeof(real)) == 0);
+    REQUIRE(!realValid || std::bit_cast<std::uint64_t>(real) == std::bit_cast<std::uint64_t>(readReal.value));
     const float single = std::strtof(plain.c_str(), nullptr);
     const auto readSingle = text.toFloat();
     REQUIRE(readSingle.valid == realValid);
-    REQUIRE(!realValid || std::memcmp(&single, &readSingle.value, sizeof(single)) == 0);
+    REQUIRE(
+        !realValid || std::bit_cast<std::uint32_t>(single) == std::bit_cast<std::uint32_t>(readSingle.value));
 }
 
 void cut(const String& text, const std::string& bytes, std::uint32_t at, std::uint32_t count) {

@@ -1,5 +1,6 @@
 // Any bytes decode, or end in one of msgpack's exceptions; what was decoded encodes and decodes again.
 
+#include "Require.h"
 #include "protocol/ScanReport.h"
 #include "protocol/WorkItem.h"
 
@@ -8,32 +9,39 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+#include <optional>
 
 using namespace Tarvik;
 
 namespace {
 
-template<class Body>
-void throughMsgpack(Body&& body) {
+/// Nothing where decoding ended in one of the exceptions that it may end in.
+template<class Decode>
+auto decoded(Decode decode) -> std::optional<decltype(decode())> {
     try {
-        body();
+        return decode();
     } catch (const msgpack::unpack_error&) {
+        return {};
     } catch (const msgpack::type_error&) {
+        return {};
     }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    throughMsgpack([&] {
-        const WorkItem item = DecodeWorkItem(data, size);
-        const msgpack::sbuffer encoded = EncodeWorkItem(item);
+    if (const auto item = decoded([&] { return DecodeWorkItem(data, size); })) {
+        const msgpack::sbuffer encoded = EncodeWorkItem(*item);
         const WorkItem again = DecodeWorkItem(encoded.data(), encoded.size());
-        if (!(again.hostVendor == item.hostVendor) || !(again.hostProduct == item.hostProduct)) {
-            std::abort();
-        }
-    });
-    throughMsgpack([&] { DecodeScanReport(data, size); });
+        REQUIRE(again.hostVendor == item->hostVendor && again.hostProduct == item->hostProduct);
+        REQUIRE(again.knownPlugins.size() <= item->knownPlugins.size());
+    }
+    const auto report = decoded([&] { return DecodeScanReport(data, size); });
+    if (report && report->valid) {
+        const msgpack::sbuffer encoded = EncodeScanReport(report->value);
+        const auto again = DecodeScanReport(encoded.data(), encoded.size());
+        REQUIRE(again.valid && again.value.result == report->value.result);
+        REQUIRE(again.value.pluginName == report->value.pluginName);
+    }
     return 0;
 }
