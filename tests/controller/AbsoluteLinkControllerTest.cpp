@@ -19,7 +19,6 @@ using Controller::FloatParam;
 using Controller::FloatParamMemory;
 using Controller::LinkedParam;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class LoggedParam final : public FloatParamMemory {
 public:

@@ -14,7 +14,6 @@ namespace {
 using Controller::KeyValueCoding;
 using Controller::KVCObject;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Plain final : public KeyValueCoding {};
 

@@ -109,6 +109,7 @@ TEST(ElementThreadsTest, A_standing_command_carries_data_both_ways_without_a_loc
         awaitBlocks(audio, 1);
         auto* const ping = new Ping(rounds, wrong);
         element.PostCommand(ping);
+        // NOLINTNEXTLINE(bugprone-infinite-loop): the command counts, in Idle
         while (rounds < 200) {
             element.Idle();
             std::this_thread::yield();

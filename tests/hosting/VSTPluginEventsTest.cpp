@@ -11,7 +11,6 @@
 namespace {
 
 using Tarvik::ProcessEvent;
-using testing::Each;
 using testing::ElementsAre;
 
 /// Keeps what it is sent: the batches' sizes, and the bytes of each event.
@@ -30,7 +29,8 @@ struct EventEffect : FakeEffect {
             const char* pointers = static_cast<const char*>(call.ptr) + offsetof(VstEvents, events);
             for (VstInt32 index = 0; index < sent->numEvents; ++index) {
                 const VstMidiEvent* event = nullptr;
-                std::memcpy(&event, pointers + static_cast<std::size_t>(index) * sizeof event, sizeof event);
+                std::memcpy(
+                    &event, pointers + static_cast<std::size_t>(index) * sizeof(void*), sizeof(void*));
                 events.push_back(*event);
             }
             return VstIntPtr{1};

@@ -10,7 +10,6 @@
 namespace {
 
 using Tarvik::VSTHostCall;
-using Tarvik::VSTPlugin;
 
 constexpr VstInt32 lastOpcode = 49;
 

@@ -16,7 +16,6 @@ namespace {
 using Tarvik::PluginFormat;
 using Tarvik::VSTPlugin;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::Not;
 
