@@ -47,7 +47,7 @@ String toldIdentifier(const ScanOutcome& outcome) {
 /// What the table has in its column of names.
 std::string nameCell(const ScanOutcome& outcome) {
     const bool isNamed = !outcome.name.isEmpty() || !outcome.registration.valid;
-    const std::string name = printable((isNamed ? outcome.name : outcome.registration.value.name).view());
+    std::string name = printable((isNamed ? outcome.name : outcome.registration.value.name).view());
     const std::string detail = printable(detailText(outcome));
     if (detail.empty()) {
         return name;
