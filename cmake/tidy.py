@@ -50,7 +50,7 @@ def work_items(build, only):
     version = subprocess.run([TIDY, "--version"], capture_output=True, text=True, check=True).stdout
     configurations = sorted(
         ROOT / name for name in subprocess.run(
-            ["git", "-C", ROOT, "ls-files", "--cached", "--others", "--exclude-standard", "*.clang-tidy"],
+            ["git", "-c", "safe.directory=*", "-C", ROOT, "ls-files", "--cached", "--others", "--exclude-standard", "*.clang-tidy"],
             capture_output=True, text=True, check=True).stdout.split())
     common = version + "".join(digest_of_file(path) for path in configurations)
     seen = set()

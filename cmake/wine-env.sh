@@ -10,6 +10,8 @@ export WINEDEBUG=${WINEDEBUG:--all}
 # winedbg shows a dialog for a crash and waits for somebody to close it. mscoree and mshtml would offer downloads.
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winedbg.exe=d;mscoree,mshtml=}
 unset DISPLAY WAYLAND_DISPLAY
+# Wine takes the names of files by the locale. A machine without one would have it read them as ASCII.
+[ "$(locale charmap 2>/dev/null)" = UTF-8 ] || export LC_ALL=C.UTF-8
 
 wine_start() {
   # A prefix that its creator did not finish has no mark, and is made anew.

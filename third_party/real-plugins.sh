@@ -11,12 +11,13 @@
 #
 # XDG_CACHE_HOME             where caches stand, ~/.cache if unset
 # TARVIK_REAL_PLUGINS_CACHE  this script's own cache, tarvik-plugin-scanner/real-plugins below the former if unset
+# TARVIK_OFFLINE             the same as --offline, if not empty
 # JOBS                       compilers at a time, one per processor if unset
 #
 # Needs: apt, dpkg, g++-mingw-w64-x86-64-posix, g++-mingw-w64-i686-posix, make, python3, xz-utils.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-offline=
+offline=${TARVIK_OFFLINE:+--offline}
 if [ "${1:-}" = --offline ]; then offline=--offline; shift; fi
 out=${1:-$here/../build/real-plugins}
 jobs=${JOBS:-$(nproc)}

@@ -226,4 +226,22 @@ TEST(ChildProcess, Wine_is_kept_from_debuggers_and_downloads_unless_the_user_cho
     overrides.empty() ? unsetenv("WINEDLLOVERRIDES") : setenv("WINEDLLOVERRIDES", overrides.c_str(), 1);
 }
 
+TEST(ChildProcess, Wine_reads_names_of_files_as_UTF_8_whatever_the_locale) {
+    const auto sees = [](const char* all) {
+        return Child(std::string("[ \"$LC_ALL\" = '") + all + "' ] && printf 'ended 1' || printf 'ended 0'")
+                   .status()
+                   .code == 1U;
+    };
+    const char* const before = std::getenv("LC_ALL");
+    const std::string kept = before != nullptr ? before : "";
+    setenv("LC_ALL", "C", 1);
+    EXPECT_TRUE(sees("C.UTF-8"));
+    setenv("LC_ALL", "no_SUCH.locale", 1);
+    EXPECT_TRUE(sees("C.UTF-8"));
+    // One of UTF-8 is the user's own choice.
+    setenv("LC_ALL", "C.utf8", 1);
+    EXPECT_TRUE(sees("C.utf8"));
+    before != nullptr ? setenv("LC_ALL", kept.c_str(), 1) : unsetenv("LC_ALL");
+}
+
 } // namespace Tarvik

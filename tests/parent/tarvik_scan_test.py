@@ -174,6 +174,14 @@ class TarvikScan(unittest.TestCase):
             )
             self.assertEqual(run.code, 0)
 
+    def test_Names_beyond_ASCII_are_read_under_any_locale(self):
+        if command.is_windows_build():
+            self.skipTest("how Wine reads names is decided before the command begins")
+        with tempfile.TemporaryDirectory() as folder:
+            shutil.copy(PLUGINS / "Effect.dll", pathlib.Path(folder) / "Ünïcödé.dll")
+            outcome = Run(folder, "--json", LC_ALL="C").outcome()
+        self.assertEqual(outcome["name"], "Plain Effect")
+
     def test_Plug_ins_are_told_vendor_and_product(self):
         def told(*options):
             with tempfile.TemporaryDirectory() as folder:

@@ -11,8 +11,8 @@ import unittest
 import support
 from support import peer
 
-# How many libraries third_party/real-plugins.sh makes at least, those for 32 bits included.
-FEWEST = 10
+# How many libraries third_party/real-plugins.sh makes, the two for 32 bits included.
+ALL = 36
 
 folder = None
 
@@ -35,8 +35,8 @@ class RealPlugins(unittest.TestCase):
                     f"{scan.report.identifier.decode()[5:15]:10}  {scan.report.name.decode(errors='replace')}"
                 )
 
-    def test_There_are_enough_to_say_something(self):
-        self.assertGreaterEqual(len(self.libraries), FEWEST)
+    def test_None_of_them_is_missing(self):
+        self.assertEqual(len(self.libraries), ALL)
 
     def test_Each_report_agrees_with_the_mini_host(self):
         for path in self.libraries:

@@ -1,6 +1,8 @@
 #include "parent/PipedProgram_posix.h"
 
 #include <fcntl.h>
+#include <langinfo.h>
+#include <locale.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -15,14 +17,31 @@ namespace Tarvik {
 
 namespace {
 
+bool isLocaleOfUTF8() {
+    const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) {
+        return false;
+    }
+    const bool is = std::strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    freelocale(locale);
+    return is;
+}
+
 std::vector<std::string> childEnvironment() {
     std::vector<std::string> result;
+    // Wine takes the names of files by the locale, as ASCII where there is none.
+    const bool keepsLocale = isLocaleOfUTF8();
+    if (!keepsLocale) {
+        result.emplace_back("LC_ALL=C.UTF-8");
+    }
     bool hasDebug = false;
     bool hasOverrides = false;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         hasDebug = hasDebug || std::strncmp(*entry, "WINEDEBUG=", 10) == 0;
         hasOverrides = hasOverrides || std::strncmp(*entry, "WINEDLLOVERRIDES=", 17) == 0;
-        result.emplace_back(*entry);
+        if (keepsLocale || std::strncmp(*entry, "LC_ALL=", 7) != 0) {
+            result.emplace_back(*entry);
+        }
     }
     if (!hasDebug) {
         result.emplace_back("WINEDEBUG=-all");

@@ -20,8 +20,7 @@ enum class ScanVerdict {
     /// The process ended by itself while it held the plug-in, and left no report.
     endedEarly,
     /// What the process sent while it held the plug-in is not what the protocol allows: the plug-in soiled
-    /// its
-    /// memory, or speaks in its stead.
+    /// its memory, or speaks in its stead.
     corrupted,
     /// The process never asked for work, or ended before it could be answered. Nothing was handed out, so no
     /// plug-in is to blame.
@@ -31,8 +30,7 @@ enum class ScanVerdict {
     /// The scanner could not be started.
     notStarted,
     /// The identifier does not survive its text form, so there is nothing to hand out: its path holds a
-    /// comma, or
-    /// begins or ends with white space, or its VST code is one that does not read back, such as 'A,B1'.
+    /// comma, begins or ends with white space, or its VST code does not read back, such as 'A,B1'.
     notAddressable,
 };
 
