@@ -124,7 +124,7 @@ TEST_F(DXPluginAudioTest, Blocks_of_any_length_come_out_as_a_plain_model_has_the
             SCOPED_TRACE(testing::Message() << static_cast<int>(behaviour.delivery) << " " << channelCount);
             Load(behaviour, channelCount);
             Model model(channels, behaviour.delayFrames);
-            const std::uint32_t longest = sampleBytes / sizeof(float) / channels;
+            const auto longest = static_cast<std::uint32_t>(sampleBytes / sizeof(float) / channels);
             std::uniform_int_distribution<std::uint32_t> anyLength(1, longest);
             std::uniform_int_distribution<std::uint32_t> shortLength(1, 64);
             for (int block = 0; block < 60; ++block) {
@@ -192,7 +192,7 @@ TEST_F(DXPluginAudioTest, A_filter_that_throws_leaves_the_block_as_it_was) {
 TEST_F(DXPluginAudioTest, A_block_that_does_not_go_into_the_sample_stays_as_it_was) {
     for (const std::uint32_t channelCount : {1U, 2U}) {
         Load(Delivering(Delivery::copied), channelCount);
-        const std::uint32_t longest = sampleBytes / sizeof(float) / channels;
+        const auto longest = static_cast<std::uint32_t>(sampleBytes / sizeof(float) / channels);
         const Block in = Random(longest + 1);
         EXPECT_EQ(Process(in).channels, in.channels);
         EXPECT_FALSE(plugin->GetReportedDelay().valid);
