@@ -1,5 +1,7 @@
 #include "parent/LauncherCommand_posix.h"
 
+#include "svbase/TemporaryDirectory.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,17 +14,11 @@ namespace {
 
 class LauncherCommand : public testing::Test {
 protected:
-    void SetUp() override {
-        setenv("TARVIK_WINE", "chosen wine", 1);
-        folder_ = std::filesystem::path(testing::TempDir()) / "launcher-command";
-        std::filesystem::create_directories(folder_);
-    }
-    void TearDown() override {
-        std::filesystem::remove_all(folder_);
-        unsetenv("TARVIK_WINE");
-    }
+    void SetUp() override { setenv("TARVIK_WINE", "chosen wine", 1); }
+    void TearDown() override { unsetenv("TARVIK_WINE"); }
 
-    std::filesystem::path folder_;
+    TemporaryDirectory directory_;
+    std::filesystem::path folder_ = directory_.path();
 };
 
 TEST_F(LauncherCommand, The_launcher_beside_the_scanner_gets_the_arguments) {
@@ -36,7 +32,6 @@ TEST_F(LauncherCommand, The_launcher_beside_the_scanner_gets_the_arguments) {
 }
 
 TEST_F(LauncherCommand, A_launcher_that_is_not_there_is_named) {
-    std::filesystem::remove(folder_ / "TarvikScannerLauncher.exe");
     const auto command = launcherCommand(String((folder_ / "scanner.exe").string()), {});
     ASSERT_FALSE(command);
     EXPECT_EQ(command.error(), "Cannot find " + String((folder_ / "TarvikScannerLauncher.exe").string()));

@@ -115,9 +115,18 @@ def platform_filters():
     return {identifier: name for identifier, (name, _) in platform_registrations().items()}
 
 
+def platform_classes():
+    """The classes whose module stands in the system's own folder, by their identifiers. Others come and go: tests that run
+    at the same time register classes, broken ones as well."""
+    _, text = run("reg", "query", r"HKCR\CLSID", "/s")
+    server = re.compile(r"\\CLSID\\\{([^}\\]*)\}\\InprocServer32\n((?: .*\n)*)", re.IGNORECASE)
+    return {identifier.upper() for identifier, values in server.findall(text) if "\\system32\\" in values.lower()}
+
+
 def platform_registrations():
     """The same with the major types of the filter's pins. A class that stands there more than once has the pins of
     all."""
+    own = platform_classes()
     found = {}
     for category in CATEGORIES.values():
         _, text = run("reg", "query", rf"HKCR\CLSID\{{{category}}}\Instance", "/s")
@@ -125,7 +134,7 @@ def platform_registrations():
             name = re.search(r"^\s+FriendlyName\s+REG_SZ\s+(.*)$", block, re.MULTILINE)
             identifier = re.search(r"^\s+CLSID\s+REG_SZ\s+\{(.*)\}$", block, re.MULTILINE)
             data = re.search(r"^\s+FilterData\s+REG_BINARY\s+([0-9A-F]*)$", block, re.MULTILINE)
-            if identifier and "-5456-4B54-" not in identifier[1].upper():
+            if identifier and identifier[1].upper() in own:
                 _, pins = found.get(identifier[1].upper(), ("", []))
                 pins = pins + major_types(bytes.fromhex(data[1])) if data else pins
                 found[identifier[1].upper()] = (name[1] if name else "", pins)
