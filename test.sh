@@ -46,7 +46,9 @@ stage_native-tsan() {
   # ThreadSanitizer of this compiler does not know every address layout that a kernel may choose.
   local fixed_layout=()
   setarch --addr-no-randomize true 2>/dev/null && fixed_layout=(setarch --addr-no-randomize)
-  build native-tsan && run_tests native-tsan "${fixed_layout[@]}"
+  # The scanner's worker keeps to one thread. What its tests hand over to it goes through ZeroMQ, which is compiled
+  # without ThreadSanitizer: it would see two threads at one message and nothing between them.
+  build native-tsan && run_tests native-tsan "${fixed_layout[@]}" -- -E '^scanner\.'
 }
 
 # The command and the benchmarks as they are used: optimised. The tests of the same code ran under the sanitizers.
