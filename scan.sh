@@ -9,7 +9,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 jobs=${JOBS:-$(nproc)}
-log=$here/build/logs/scan.log
+log=$here/build/logs/scan-build.log
 mkdir -p "$here/build/logs"
 
 # What is built goes to the log: the table alone is for standard output. Who waits at a terminal sees the step.

@@ -20,7 +20,7 @@ export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
 # ---- the stages -----------------------------------------------------------------------------------------------
 
-all_stages=(setup third-party format native-asan headers native-tsan native fuzz tidy windows)
+all_stages=(setup third-party format native-asan headers native-tsan native fuzz tidy windows scan)
 # Run by name alone: the traps and assertions of a debug build under Wine.
 named_stages=(windows-debug)
 quick_stages=(setup third-party native-asan)
@@ -73,6 +73,9 @@ stage_fuzz() {
 }
 
 stage_windows() { on_windows windows; }
+
+# The script for whoever has just cloned this; what it would build has been built.
+stage_scan() { tests/scan_sh_test.py; }
 
 # Without what waits for minutes and looks at the process from outside: that is the release build's to show.
 stage_windows-debug() { on_windows windows-debug -LE slow; }
