@@ -30,6 +30,7 @@ RESULTS = {
     "NoEntryPoint": peer.UNCONFIRMED,
     "NullEffect": peer.UNCONFIRMED,
     "OnlyMain": peer.EFFECT,
+    "BothEntryPoints": peer.EFFECT,
     "NullProcessReplacing": peer.UNCONFIRMED,
     "NullSetParameter": peer.UNCONFIRMED,
     "NullGetParameter": peer.UNCONFIRMED,
@@ -60,12 +61,14 @@ NAMES = {
     "Nameless": b"Nameless",
     "NonUtf8Name": b"Caf\xe9 Fl\xfcgel",
     "OnlyMain": b"Only main",
+    "BothEntryPoints": b"By VSTPluginMain",
 }
 IDENTIFIERS = {
     "Effect": "'Efct'",
     "IdentifierInHex": "0x00636261",
     "CommaInIdentifier": "'A,B1'",
     "NoIdentifier": "0x00000000",
+    "BothEntryPoints": "'ByVm'",
 }
 
 # By name below odd/: what the scan must say. The text form of an identifier cannot carry a comma, and so that one is
