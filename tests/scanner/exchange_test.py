@@ -1,4 +1,5 @@
-"""The scanner's exchange as its parent sees it: command line, time-outs, wire format, tolerance, malformed replies.
+"""The scanner's exchange as its parent sees it: command line, time-outs, wire format, tolerance, malformed replies,
+and peers that are malformed below the replies.
 
 Run by run.py, which runs the tests of a class side by side. None of these needs a plug-in.
 """
@@ -15,6 +16,7 @@ import msgpack
 import zmq
 
 import peer
+import raw_peer
 from peer import Parent, start
 
 
@@ -744,6 +746,186 @@ def _damaged(seed):
 for _seed in range(24):
     setattr(RandomBodies, f"test_Noise_{_seed:02}", lambda self, seed=_seed: self.check(_noise(seed)))
     setattr(RandomBodies, f"test_Damaged_{_seed:02}", lambda self, seed=_seed: self.check(_damaged(seed)))
+
+
+# --- Below the messages
+
+
+class RawPeers(Case):
+    """Peers that no messaging library would be. Whatever they say, the scanner ends as it does without a parent, and
+    with a report only if it was given a work item."""
+
+    # What a good peer would reply, and where the parts of it end.
+    REPLY = raw_peer.message(b"", peer.WORK_REPLY, b"\x90")
+    DELIMITER_END = 2
+    NAME_END = DELIMITER_END + 2 + len(peer.WORK_REPLY)
+    FRAME_OF_2_TO_THE_63 = struct.pack(">BQ", raw_peer.LONG, 1 << 63)
+
+    def meet(self, speak):
+        """The end of a scanner whose connections are spoken to like that: exit code, seconds since the first of them
+        began, and the peer, for what it heard."""
+        with raw_peer.RawPeer(speak) as listener, start(listener.endpoint) as scanner:
+            listener.wait_for_connection(2 * peer.SLACK)
+            code = scanner.wait(peer.WATCHDOG + peer.SLACK)
+            ended = time.monotonic()
+        self.assertEqual(listener.problems, [])
+        return code, ended - listener.connections[0].began, listener
+
+    def assert_no_report(self, speak):
+        code, seconds, listener = self.meet(speak)
+        self.assertEqual(listener.heard.count(peer.WORK_COMPLETE), 0)
+        # However often it connects, it asks once.
+        self.assertLessEqual(listener.heard.count(peer.WORK_REQUEST), 1)
+        return code, seconds, listener
+
+    def waits_ten_seconds(self, speak):
+        code, seconds, listener = self.assert_no_report(speak)
+        self.assertEqual(code, 0)
+        self.assertGreater(seconds, peer.REPLY_TIMEOUT - 2)
+        self.assertLess(seconds, peer.REPLY_TIMEOUT + peer.SLACK)
+        return listener
+
+    def waits_for_the_watchdog(self, speak):
+        # As with nobody listening: the request cannot be delivered, and the end of the context waits for that.
+        code, seconds, _ = self.assert_no_report(speak)
+        self.assertEqual(code, 2)
+        self.assertGreater(seconds, peer.WATCHDOG - 5)
+
+    def greeted_with(self, content):
+        self.waits_ten_seconds(lambda connection: connection.send(content))
+
+    def answered_with(self, content, then=None):
+        """The request is answered with this, and the scanner waits on as if nothing had come."""
+
+        def speak(connection):
+            connection.shake_hands()
+            connection.send(content)
+            return then
+
+        return self.waits_ten_seconds(speak)
+
+    # Greetings
+
+    def test_A_text_for_a_greeting(self):
+        self.greeted_with(b"HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\n")
+
+    def test_Zeros_for_a_greeting(self):
+        self.greeted_with(bytes(64))
+
+    def test_Ones_for_a_greeting(self):
+        self.greeted_with(b"\xff" * 64)
+
+    def test_Noise_for_a_greeting(self):
+        self.greeted_with(random.Random(1).randbytes(4096))
+
+    def test_A_greeting_of_another_mechanism(self):
+        self.greeted_with(raw_peer.greeting(b"CURVE"))
+
+    def test_A_greeting_of_an_unknown_mechanism(self):
+        self.greeted_with(raw_peer.greeting(b"NONSENSE"))
+
+    def test_A_greeting_of_an_older_version_with_what_that_version_did_not_have(self):
+        self.greeted_with(raw_peer.greeting(version=(1, 0)))
+
+    def test_A_greeting_of_a_later_version_is_answered_in_ours(self):
+        def speak(connection):
+            connection.send(raw_peer.greeting(version=(255, 255)) + raw_peer.ready())
+            connection.hear_until(peer.WORK_REQUEST)
+            connection.send(self.REPLY)
+            connection.hear_until(peer.WORK_COMPLETE)
+            connection.send(raw_peer.message(b"", peer.WORK_RECORDED))
+
+        code, _, listener = self.meet(speak)
+        self.assertEqual(code, 0)
+        self.assertEqual(listener.heard.count(peer.WORK_COMPLETE), 1)
+
+    def test_A_greeting_and_nothing_behind_it(self):
+        self.waits_for_the_watchdog(lambda connection: connection.send(raw_peer.greeting()))
+
+    def test_A_greeting_cut_short(self):
+        self.waits_for_the_watchdog(lambda connection: connection.send(raw_peer.greeting()[:40]))
+
+    def test_A_peer_that_cannot_answer_requests(self):
+        self.greeted_with(raw_peer.greeting() + raw_peer.ready(b"PUB"))
+
+    # Frames
+
+    def test_A_frame_of_2_to_the_63_bytes(self):
+        self.answered_with(self.FRAME_OF_2_TO_THE_63)
+
+    def test_A_body_of_2_to_the_63_bytes(self):
+        self.answered_with(self.REPLY[: self.NAME_END] + self.FRAME_OF_2_TO_THE_63)
+
+    def test_A_frame_of_all_bytes_that_can_be_counted(self):
+        self.answered_with(struct.pack(">BQ", raw_peer.LONG, (1 << 64) - 1))
+
+    def test_A_frame_of_2_to_the_63_bytes_for_a_handshake(self):
+        self.greeted_with(raw_peer.greeting() + self.FRAME_OF_2_TO_THE_63)
+
+    def test_A_connection_cut_inside_the_name(self):
+        self.answered_with(self.REPLY[: self.NAME_END - 3], then=raw_peer.CUT)
+
+    def test_A_connection_cut_inside_the_header_of_the_body(self):
+        self.answered_with(self.REPLY[: self.NAME_END + 1], then=raw_peer.CUT)
+
+    def test_A_connection_cut_between_name_and_body(self):
+        listener = self.answered_with(self.REPLY[: self.NAME_END], then=raw_peer.CUT)
+        # It connected anew.
+        self.assertGreater(len(listener.connections), 1)
+
+    def test_A_name_that_announces_a_body_and_silence(self):
+        self.answered_with(self.REPLY[: self.NAME_END])
+
+    def test_A_delimiter_that_announces_a_name_and_silence(self):
+        self.answered_with(self.REPLY[: self.DELIMITER_END])
+
+    def test_A_flood_of_commands(self):
+        def speak(connection):
+            connection.shake_hands()
+            connection.send(raw_peer.command(b"PING", b"\0\0") * 100_000)
+
+        listener = self.waits_ten_seconds(speak)
+        self.assertIn(b"\x04PONG", listener.heard)
+
+    def test_A_command_cut_short(self):
+        self.answered_with(raw_peer.command(b"PING"))
+
+    # Replies as a router may send them
+
+    def test_A_reply_without_a_delimiter(self):
+        self.answered_with(raw_peer.message(peer.WORK_REPLY, b"\x90"))
+
+    def test_A_reply_behind_an_identity(self):
+        self.answered_with(raw_peer.message(b"\0abcd", b"", peer.WORK_REPLY, b"\x90"))
+
+    def test_A_reply_of_a_delimiter_alone(self):
+        self.answered_with(raw_peer.message(b""))
+
+    def test_A_reply_behind_two_delimiters_is_given_up_at_once(self):
+        replied = []
+
+        def speak(connection):
+            connection.shake_hands()
+            connection.send(raw_peer.message(b"", b"", peer.WORK_REPLY, b"\x90"))
+            replied.append(time.monotonic() - connection.began)
+
+        code, seconds, _ = self.assert_no_report(speak)
+        self.assertEqual(code, 0)
+        self.assertLess(seconds - replied[0], peer.REPLY_TIMEOUT)
+
+    def test_The_second_of_two_replies_is_not_taken_for_the_acknowledgement(self):
+        reported = []
+
+        def speak(connection):
+            connection.shake_hands()
+            connection.send(self.REPLY * 2)
+            connection.hear_until(peer.WORK_COMPLETE)
+            reported.append(time.monotonic() - connection.began)
+
+        code, seconds, listener = self.meet(speak)
+        self.assertEqual(code, 0)
+        self.assertEqual(listener.heard.count(peer.WORK_COMPLETE), 1)
+        self.assertGreater(seconds - reported[0], peer.REPLY_TIMEOUT - 2)
 
 
 if __name__ == "__main__":
