@@ -13,6 +13,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -44,6 +45,8 @@ struct PeerFile {
     bool hasReference = false;
     std::string reference;
     std::vector<unsigned> loop;
+    /// First frame and number of frames.
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> regions;
 
     String path() const { return String(folder + name); }
     /// libsndfile's reading.
@@ -80,6 +83,9 @@ std::vector<PeerFile> readManifest() {
         } else if (kind == "loop") {
             files.back().loop.resize(3);
             words >> files.back().loop[0] >> files.back().loop[1] >> files.back().loop[2];
+        } else if (kind == "region") {
+            auto& [frame, frames] = files.back().regions.emplace_back();
+            words >> frame >> frames;
         }
         EXPECT_FALSE(words.fail()) << line;
     }
@@ -142,8 +148,8 @@ TEST(PeerFiles, There_are_files_of_every_kind) {
     EXPECT_GT(peerFiles().size(), 90U);
     for (const char* name :
          {"rf64-24.wav", "extensible-float.wav", "bext.wav", "labels.wav", "several-data.wav", "sowt-24.aifc",
-          "aiff-float-2.aiff", "markers.aiff", "odd.aiff", "sox-24.aifc", "ffmpeg-rf64.wav",
-          "ffmpeg-bext.wav"}) {
+          "aiff-float-2.aiff", "markers.aiff", "instrument.aiff", "sustained.aiff", "odd.aiff", "sox-24.aifc",
+          "python.aifc", "ffmpeg-rf64.wav", "ffmpeg-bext.wav"}) {
         EXPECT_TRUE(std::any_of(peerFiles().begin(), peerFiles().end(), [&](const PeerFile& file) {
             return file.name == name;
         })) << name;
@@ -263,7 +269,7 @@ TEST(PeerFiles, Any_frame_can_be_sought) {
     }
 }
 
-TEST(PeerFiles, Markers_references_and_loops_are_libsndfiles) {
+TEST(PeerFiles, Markers_regions_references_and_loops_are_libsndfiles) {
     for (const PeerFile& file : peerFiles()) {
         SCOPED_TRACE(file.name);
         const auto stream = synced(file);
@@ -275,7 +281,13 @@ TEST(PeerFiles, Markers_references_and_loops_are_libsndfiles) {
             EXPECT_EQ((*markers)[i].frame, file.markers[i].frame);
             EXPECT_EQ((*markers)[i].name.toStdString(), file.markers[i].name);
         }
-        EXPECT_TRUE(stream->regions());
+        const auto regions = stream->regions();
+        ASSERT_EQ(told(regions), "success");
+        ASSERT_EQ(regions->size(), file.regions.size());
+        for (std::size_t i = 0; i < regions->size(); ++i) {
+            EXPECT_EQ((*regions)[i].frame, file.regions[i].first);
+            EXPECT_EQ((*regions)[i].frames, file.regions[i].second);
+        }
         EXPECT_TRUE(stream->notes());
         const auto reference = stream->originatorReference();
         ASSERT_TRUE(reference);

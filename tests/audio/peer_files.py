@@ -12,6 +12,9 @@ followed by lines of what else libsndfile finds in it, texts in hexadecimal, "-"
   marker FRAME NAME
   reference TEXT
   loop BEATS NUMERATOR DENOMINATOR
+  region FRAME FRAMES
+
+The regions are the loops of an AIFF file's instrument.
 """
 
 import array
@@ -21,6 +24,7 @@ import random
 import struct
 import subprocess
 import sys
+import warnings
 
 FOLDER = pathlib.Path(sys.argv[1])
 
@@ -30,9 +34,10 @@ S8, S16, S24, S32, U8, FLOAT, DOUBLE = 1, 2, 3, 4, 5, 6, 7
 LITTLE = 0x10000000
 BYTES = {S8: 1, U8: 1, S16: 2, S24: 3, S32: 4, FLOAT: 4, DOUBLE: 8}
 
-GET_CUE, SET_CUE, SET_INSTRUMENT, GET_LOOP = 0x10CE, 0x10CF, 0x10D1, 0x10E0
+GET_CUE, SET_CUE, GET_INSTRUMENT, GET_LOOP = 0x10CE, 0x10CF, 0x10D0, 0x10E0
 GET_BROADCAST, SET_BROADCAST = 0x10F0, 0x10F1
 GET_MAP, SET_MAP = 0x1100, 0x1101
+LOOP_NONE = 800
 
 # libsndfile's numbers of speakers, and the bits that WAV files have for them.
 SPEAKERS = {2: 0x1, 3: 0x2, 4: 0x4, 5: 0x1, 6: 0x2, 7: 0x4, 11: 0x8, 9: 0x10, 10: 0x20, 12: 0x40, 13: 0x80, 8: 0x100,
@@ -65,6 +70,16 @@ class Broadcast(ctypes.Structure):
 class Loop(ctypes.Structure):
     _fields_ = [("numerator", ctypes.c_short), ("denominator", ctypes.c_short), ("mode", ctypes.c_int),
                 ("beats", ctypes.c_int), ("bpm", ctypes.c_float), ("root", ctypes.c_int), ("future", ctypes.c_int * 6)]
+
+
+class InstrumentLoop(ctypes.Structure):
+    _fields_ = [("mode", ctypes.c_int), ("start", ctypes.c_uint32), ("end", ctypes.c_uint32), ("count", ctypes.c_uint32)]
+
+
+class Instrument(ctypes.Structure):
+    _fields_ = [("gain", ctypes.c_int), ("basenote", ctypes.c_int8), ("detune", ctypes.c_int8),
+                ("velocity_lo", ctypes.c_int8), ("velocity_hi", ctypes.c_int8), ("key_lo", ctypes.c_int8),
+                ("key_hi", ctypes.c_int8), ("loop_count", ctypes.c_int), ("loops", InstrumentLoop * 16)]
 
 
 sndfile = ctypes.CDLL("libsndfile.so.1")
@@ -183,12 +198,31 @@ def ffmpeg(name, source, *options):
     return name
 
 
-def describe(name, source, manifest):
-    """libsndfile's readings of the source as what the file shall be: files beside it, and lines of the manifest."""
+def python_aifc(name, *marks):
+    """By Python's own library, in the compressed form that is not compressed."""
+    source = random.Random(name)
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", DeprecationWarning)
+        import aifc
+    with aifc.open(str(FOLDER / name), "wb") as file:
+        file.setparams((2, 2, 48000, 1531, b"NONE", b"not compressed"))
+        for mark_ in marks:
+            file.setmark(*mark_)
+        file.writeframes(source.randbytes(4 * 1531))
+    return name
+
+
+def opened(name):
     info = Info()
-    file = sndfile.sf_open(bytes(FOLDER / source), SF_READ, ctypes.byref(info))
+    file = sndfile.sf_open(bytes(FOLDER / name), SF_READ, ctypes.byref(info))
     if not file:
-        sys.exit(f"{source}: {sndfile.sf_strerror(None).decode()}")
+        sys.exit(f"{name}: {sndfile.sf_strerror(None).decode()}")
+    return file, info
+
+
+def describe(manifest, name, source, source_of_markers=None):
+    """libsndfile's readings of the source as what the file shall be: files beside it, and lines of the manifest."""
+    file, info = opened(source)
     coding = info.format & 0xFFFF
     major = info.format & 0x0FFF0000
     floats = array.array("f", bytes(4 * info.frames * info.channels))
@@ -210,15 +244,23 @@ def describe(name, source, manifest):
     manifest.append(f"file {name} {3 if major == AIFF else 2} {info.channels} {info.samplerate} {info.frames} "
                     f"{BYTES[coding]} {int(coding in (FLOAT, DOUBLE))} {mask}")
     cues = Cues()
-    if sndfile.sf_command(file, GET_CUE, ctypes.byref(cues), ctypes.sizeof(cues)):
+    marked, _ = opened(source_of_markers or source)
+    if sndfile.sf_command(marked, GET_CUE, ctypes.byref(cues), ctypes.sizeof(cues)):
         for point in cues.points[:cues.count]:
             manifest.append(f"marker {point.sample_offset} {point.name.hex() or '-'}")
+    sndfile.sf_close(marked)
     broadcast = Broadcast()
     if sndfile.sf_command(file, GET_BROADCAST, ctypes.byref(broadcast), ctypes.sizeof(broadcast)):
         manifest.append(f"reference {broadcast.originator_reference.hex() or '-'}")
     loop = Loop()
     if sndfile.sf_command(file, GET_LOOP, ctypes.byref(loop), ctypes.sizeof(loop)):
         manifest.append(f"loop {loop.beats} {loop.numerator} {loop.denominator}")
+    played = Instrument()
+    if major == AIFF and sndfile.sf_command(file, GET_INSTRUMENT, ctypes.byref(played),
+                                            ctypes.sizeof(played)):
+        for region in played.loops[:2]:
+            if region.mode not in (0, LOOP_NONE):
+                manifest.append(f"region {region.start} {region.end - region.start}")
     sndfile.sf_close(file)
 
 
@@ -234,6 +276,11 @@ def cue(*points):
 
 def mark(identifier, frame, text):
     return struct.pack(">HIB", identifier, frame, len(text)) + text + bytes((len(text) + 1) % 2)
+
+
+def instrument(*loops):
+    """Play mode, first and last marker of the sustain loop, and of the release loop."""
+    return struct.pack(">6bh6H", 60, 0, 0, 127, 0, 127, 0, *loops)
 
 
 def all_files():
@@ -264,6 +311,8 @@ def all_files():
     yield write("strings.aiff", AIFF | S16, before=set_strings((1, b"Title"), (3, b"software"), (5, b"odd")))
     yield write("markers.aiff", AIFF | S16, before=set_cues((0, b"start"), (700, b"middle"), (1530, b"e")))
 
+    yield python_aifc("python.aifc", (1, 3, b"three"), (2, 1000, b"odd"))
+
     odd = (b"odd ", b"123")
     yield insert("odd-before-data.wav", "wav-16-2.wav", b"fmt ", odd, odd, (b"one ", b"1"))
     yield insert("odd-behind.wav", "wav-24-1.wav", None, odd, (b"none", b""), odd)
@@ -276,6 +325,11 @@ def all_files():
     yield insert("odd-behind.aiff", "aiff-24-1.aiff", None, odd, (b"APPL", b"sign"))
     yield insert("markers-by-hand.aiff", "aiff-32-2.aiff", b"COMM",
                  (b"MARK", struct.pack(">H", 3) + mark(1, 5, b"five") + mark(2, 77, b"odd") + mark(9, 1530, b"")))
+    marks = struct.pack(">H", 4) + mark(4, 1500, b"d") + mark(1, 100, b"a") + mark(2, 900, b"bb") + mark(3, 1000, b"c")
+    yield insert("marks.aiff", "aiff-16-2.aiff", b"COMM", (b"MARK", marks))
+    # libsndfile counts no marker of a loop among the markers: it is asked for those of the file without loops.
+    for name, loops in ("instrument.aiff", (1, 1, 2, 2, 3, 4)), ("sustained.aiff", (1, 3, 4, 0, 0, 0)):
+        yield insert(name, "marks.aiff", None, (b"INST", instrument(*loops))), name, "marks.aiff"
     yield insert("loop.aiff", "aiff-16-2.aiff", b"COMM",
                  (b"basc", struct.pack(">IIHHHHH", 1, 12, 60, 2, 3, 8, 2) + bytes(66)))
 
@@ -302,5 +356,5 @@ def all_files():
 FOLDER.mkdir(parents=True, exist_ok=True)
 lines = []
 for made in all_files():
-    describe(*(made if isinstance(made, tuple) else (made, made)), lines)
+    describe(lines, *(made if isinstance(made, tuple) else (made, made)))
 (FOLDER / "manifest").write_text("\n".join(lines) + "\n")
