@@ -1,6 +1,7 @@
-// String::arg against fmt with the same texts: two placeholders and a number, as most messages have, and one
-// long text. fmt writes into one string; arg makes a String at every step. The counter tells allocations.
+// String::arg against fmt with the same texts, as messages have them. fmt writes into one string; arg makes a
+// String at every step. After the table stands how often each asks for memory.
 
+#include "RatioTable.h"
 #include "svbase/util/String.h"
 
 #include <benchmark/benchmark.h>
@@ -8,9 +9,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <new>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -36,63 +40,79 @@ std::atomic<std::uint64_t> allocations{0};
 
 namespace {
 
-void run(benchmark::State& state, auto body) {
+std::uint64_t allocationsOf(const auto& body) {
     const std::uint64_t before = allocations.load();
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(body());
+    benchmark::DoNotOptimize(body());
+    return allocations.load() - before;
+}
+
+class Texts {
+public:
+    explicit Texts(RatioTable& rowTable) : table(rowTable) {}
+
+    /// ours and fmt make the same text.
+    void Add(const std::string& row, const auto& ours, const auto& fmt) {
+        if (ours().toStdString() != fmt()) {
+            std::fprintf(stderr, "%s: the texts differ\n", row.c_str());
+            std::exit(1);
+        }
+        table.AddRow(row);
+        AddColumn(row + "|ours", ours);
+        AddColumn(row + "|fmt", fmt);
+        counts.push_back([row, ours, fmt] {
+            std::printf(
+                "%-28s allocations: ours %llu, fmt %llu\n", row.c_str(),
+                static_cast<unsigned long long>(allocationsOf(ours)),
+                static_cast<unsigned long long>(allocationsOf(fmt)));
+        });
     }
-    const auto made = static_cast<double>(allocations.load() - before);
-    state.counters["allocations"] = benchmark::Counter(made, benchmark::Counter::kAvgIterations);
-}
 
-void message_arg(benchmark::State& state) {
-    const String format("Attempt to read %1 bytes, only read %2 bytes");
-    const std::uint32_t asked = 4096;
-    run(state, [&] { return format.arg(asked).arg(17U); });
-}
-BENCHMARK(message_arg);
+    void PrintAllocations() const {
+        for (const auto& print : counts) {
+            print();
+        }
+    }
 
-void message_fmt(benchmark::State& state) {
-    const std::uint32_t asked = 4096;
-    run(state, [&] { return fmt::format("Attempt to read {} bytes, only read {} bytes", asked, 17U); });
-}
-BENCHMARK(message_fmt);
+private:
+    static void AddColumn(const std::string& name, const auto& body) {
+        const auto run = [body](benchmark::State& state) {
+            for ([[maybe_unused]] auto _ : state) {
+                benchmark::DoNotOptimize(body());
+            }
+        };
+        // Some milliseconds.
+        benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(50000);
+    }
 
-void short_text_arg(benchmark::State& state) {
-    const String format("%1 Hz");
-    run(state, [&] { return format.arg(44100); });
-}
-BENCHMARK(short_text_arg);
-
-void short_text_fmt(benchmark::State& state) {
-    run(state, [&] { return fmt::format("{} Hz", 44100); });
-}
-BENCHMARK(short_text_fmt);
-
-void float_arg(benchmark::State& state) {
-    const String format("%1 dB");
-    run(state, [&] { return format.arg(-12.345F, 2); });
-}
-BENCHMARK(float_arg);
-
-void float_fmt(benchmark::State& state) {
-    run(state, [&] { return fmt::format("{:.2f} dB", -12.345F); });
-}
-BENCHMARK(float_fmt);
-
-void text_arg(benchmark::State& state) {
-    const String format("%1 (%2): Thrown, GetLastError(): %3\n");
-    const String file("svbase/src/svbase/util/ByteStream.cpp");
-    run(state, [&] { return format.arg(file).arg(120).arg(5U); });
-}
-BENCHMARK(text_arg);
-
-void text_fmt(benchmark::State& state) {
-    const std::string file("svbase/src/svbase/util/ByteStream.cpp");
-    run(state, [&] { return fmt::format("{} ({}): Thrown, GetLastError(): {}\n", file, 120, 5U); });
-}
-BENCHMARK(text_fmt);
+    RatioTable& table;
+    std::vector<std::function<void()>> counts;
+};
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    RatioTable table;
+    Texts texts(table);
+    texts.Add(
+        "one integer", [format = String("%1 Hz")] { return format.arg(44100); },
+        [] { return fmt::format("{} Hz", 44100); });
+    texts.Add(
+        "one float", [format = String("%1 dB")] { return format.arg(-12.345F, 2); },
+        [] { return fmt::format("{:.2f} dB", -12.345F); });
+    texts.Add(
+        "two integers",
+        [format = String("Attempt to read %1 bytes, only read %2 bytes")] {
+            return format.arg(4096U).arg(17U);
+        },
+        [] { return fmt::format("Attempt to read {} bytes, only read {} bytes", 4096U, 17U); });
+    const std::string file = "svbase/src/svbase/util/ByteStream.cpp";
+    texts.Add(
+        "a text and two integers",
+        [format = String("%1 (%2): Thrown, GetLastError(): %3\n"), name = String(file.c_str())] {
+            return format.arg(name).arg(120).arg(5U);
+        },
+        [file] { return fmt::format("{} ({}): Thrown, GetLastError(): {}\n", file, 120, 5U); });
+    const int code = RunRatioTable(argc, argv, table);
+    texts.PrintAllocations();
+    return code;
+}
