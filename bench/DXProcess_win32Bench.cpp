@@ -1,7 +1,7 @@
 // What a block of stereo through a DirectX filter costs, in multiples of the interleaving and deinterleaving
 // alone that every such filter asks for: the gain of the tests, once in the sample that came and once with a
 // sample of its own. Beside the latter stands what the platform takes to hand out such a sample and to take
-// it back: the filter asks for it, and no host can spare it that.
+// it back: the filter asks for it, and this host leaves it to the platform.
 
 #include "RatioTable.h"
 

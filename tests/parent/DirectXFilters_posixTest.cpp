@@ -94,6 +94,26 @@ TEST_F(DirectXFilters, A_launcher_that_says_nothing_is_ended_after_the_limit) {
 }
 
 TEST_F(DirectXFilters, A_launcher_that_never_comes_to_an_end_is_ended_after_the_limit) {
+    // Each name is long, so that there are not too many filters before.
+    const auto filters = list(
+        "echo 'DirectX filters, format 1'; name=$(printf '%08000d' 0); i=1; "
+        "while printf 'filter 00000000-0000-0000-0000-%012X complete %s - -\\n' $i $name; do i=$((i+1)); "
+        "done",
+        300ms);
+    ASSERT_FALSE(filters);
+    EXPECT_EQ(filters.error(), "The list of DirectX filters took longer than the time limit");
+    EXPECT_GE(took_, 300ms);
+    EXPECT_LT(took_, 20s);
+}
+
+TEST_F(DirectXFilters, A_launcher_that_closes_its_output_has_ended) {
+    const auto filters = list(std::string(one) + "exec 1>&-; exec sleep 600", 600s);
+    ASSERT_FALSE(filters);
+    EXPECT_EQ(filters.error(), "The list of DirectX filters has no end: the launcher ended before");
+    EXPECT_LT(took_, 20s);
+}
+
+TEST_F(DirectXFilters, A_list_of_something_else_is_told_with_its_line) {
     const auto filters = list(std::string(one) + "while echo 'filter'; do :; done", 20s);
     ASSERT_FALSE(filters);
     EXPECT_EQ(filters.error(), "Line 3 of the list of filters: neither a filter nor a problem nor the end");
@@ -118,6 +138,8 @@ TEST_F(DirectXFilters, A_wine_that_is_not_there_is_named) {
     const auto filters = list("exit 0");
     ASSERT_FALSE(filters);
     EXPECT_TRUE(filters.error().startsWith("/nonexistent/wine: ")) << filters.error().c_str();
+    setenv("TARVIK_WINE", "/nonexistent/%2", 1);
+    EXPECT_TRUE(list("exit 0").error().startsWith("/nonexistent/%2: "));
 }
 
 } // namespace

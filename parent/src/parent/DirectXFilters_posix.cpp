@@ -36,13 +36,15 @@ listDirectXFilters(const ScannerSettings& settings, std::chrono::milliseconds li
         std::array<char, 4096> buffer{};
         if (const std::size_t count = launcher.read(buffer.data(), buffer.size()); count != 0) {
             reader.feed({buffer.data(), count});
-        } else if (hasEnded) {
+        } else if (hasEnded || launcher.outputHasEnded()) {
             return unexpected(String("The list of DirectX filters has no end: the launcher ended before"));
-        } else if (Clock::now() >= deadline) {
-            return unexpected(String("The list of DirectX filters took longer than the time limit"));
         } else {
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
             launcher.waitForOutput(std::clamp(left, std::chrono::milliseconds(0), betweenLooks));
+        }
+        // However much still comes.
+        if (reader.state() == FilterListReader::State::reading && Clock::now() >= deadline) {
+            return unexpected(String("The list of DirectX filters took longer than the time limit"));
         }
     }
     if (reader.state() == FilterListReader::State::failed) {

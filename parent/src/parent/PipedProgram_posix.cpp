@@ -116,7 +116,8 @@ String PipedProgram::start(const std::vector<String>& command) {
         &pid, arguments[0].c_str(), actions.get(), nullptr, pointers(arguments).data(),
         pointers(environment).data());
     if (error != 0) {
-        return String("%1: %2").arg(command[0]).arg(std::strerror(error));
+        // The path is from outside, and may look like a place for the reason.
+        return command[0] + ": " + std::strerror(error);
     }
     pid_ = pid;
     output_.closeWriteEnd();
@@ -147,6 +148,11 @@ bool PipedProgram::hasEnded() const {
 std::size_t PipedProgram::read(char* buffer, std::size_t size) const {
     const ssize_t count = ::read(output_.readEnd(), buffer, size);
     return count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
+bool PipedProgram::outputHasEnded() const {
+    pollfd each{output_.readEnd(), POLLIN, 0};
+    return poll(&each, 1, 0) == 1 && (each.revents & POLLHUP) != 0 && (each.revents & POLLIN) == 0;
 }
 
 void PipedProgram::waitForOutput(std::chrono::milliseconds time) const {

@@ -53,6 +53,8 @@ public:
     /// What was written and not read yet, up to size bytes; 0 for nothing. Never waits: whatever the program
     /// left behind may hold the other end.
     std::size_t read(char* buffer, std::size_t size) const;
+    /// Whether everything was read and nobody holds the other end any more.
+    bool outputHasEnded() const;
     /// Returns when there is something to read, when all other ends are closed, or after the time.
     void waitForOutput(std::chrono::milliseconds time) const;
 
