@@ -39,6 +39,14 @@ LIBRARY_EXPORT AEffect* VSTCALLBACK oldEntryPoint(audioMasterCallback host) {
 }
 #endif
 
+#if defined(EXPORT_EMPTY_OLD_ENTRY_POINT)
+// Makes nothing: who calls it has no effect.
+LIBRARY_EXPORT AEffect* VSTCALLBACK emptyOldEntryPoint(audioMasterCallback host) __asm__("main");
+LIBRARY_EXPORT AEffect* VSTCALLBACK emptyOldEntryPoint(audioMasterCallback) {
+    return nullptr;
+}
+#endif
+
 #if defined(EXPORT_CORE_ENTRY_POINT)
 LIBRARY_EXPORT void PluginCoreCallback() {}
 #endif

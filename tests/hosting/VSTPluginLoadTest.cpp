@@ -188,6 +188,12 @@ TEST(VSTPluginLoad, A_library_with_main_alone_loads) {
     EXPECT_FALSE(plugin->IsCoreLibrary());
 }
 
+TEST(VSTPluginLoad, The_entry_point_of_its_own_name_comes_before_main) {
+    FakeEffect effect;
+    auto plugin = HostEffect(effect, {.library = "forwarding_both.dll"});
+    EXPECT_TRUE(plugin->IsValid());
+}
+
 TEST(VSTPluginLoad, A_core_library_is_known_by_its_export) {
     const auto plugin = hostFile(EffectLibraryPath("core.dll"));
     EXPECT_FALSE(plugin->IsValid());
