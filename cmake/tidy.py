@@ -63,7 +63,9 @@ def work_items(build, only):
         seen.add(source)
         output = entry.get("output") or shlex.split(entry["command"])[shlex.split(entry["command"]).index("-o") + 1]
         files = deps.get(output, ["outdated"])
-        state = hashlib.sha256((common + entry["command"] + digest_of_file(source)).encode())
+        # Without the place of the tree: what passed in one clone has passed in every other.
+        command = entry["command"].replace(str(ROOT), "")
+        state = hashlib.sha256((common + command + digest_of_file(source)).encode())
         for path in files:
             state.update(digest_of_file(path).encode())
         yield source, None if "outdated" in files else state.hexdigest()

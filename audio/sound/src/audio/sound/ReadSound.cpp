@@ -23,7 +23,7 @@ constexpr std::uint64_t samplesAtATime = 1U << 16U;
 
 /// With what the system says about it.
 String told(const Util::File::Error& error) {
-    const String message = error.message();
+    String message = error.message();
     if (!error.osError() || error.osError().value == 0) {
         return message;
     }

@@ -91,7 +91,7 @@ std::string metadataText(const SoundReport& report) {
     }
     for (const Decode::CueText& label : report.labels) {
         // The others have been shown as the names of their markers.
-        if (markers.count(label.cueIdentifier) == 0) {
+        if (!markers.contains(label.cueIdentifier)) {
             text += line("label", fmt::format("{}, no such marker", label.cueIdentifier) + named(label.text));
         }
     }
