@@ -3,19 +3,17 @@
 #include "audio/sound/ReadSound.h"
 #include "audio/sound/ReportText.h"
 #include "command/Arguments.h"
+#include "command/CommandLine.h"
 #include "command/PrintableText.h"
 #include "command/ProgressLine.h"
+#include "command/StandardOutput.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <exception>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace {
@@ -40,15 +38,13 @@ struct Options {
     bool json = false;
 };
 
-/// Written at once, so that it stands in order with the errors, and known to be written.
-void print(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-        throw std::system_error(errno, std::generic_category(), "cannot write the output");
-    }
-}
+/// What was read of a file, and as it is to be printed.
+struct Told {
+    SoundReport report;
+    std::string text;
+};
 
-SoundReport
-read(const std::string& path, const Options& options, ProgressLine& line, const std::string& place) {
+Told tell(const std::string& path, const Options& options, ProgressLine& line, const std::string& place) {
     Audio::Sound::ReadOptions how;
     how.headFrames = options.headFrames;
     how.progress = [&](std::uint64_t done, std::uint64_t all) {
@@ -56,40 +52,45 @@ read(const std::string& path, const Options& options, ProgressLine& line, const 
         line.show(fmt::format("{}{:.0f} %", place, std::min(part, 1.0) * 100));
     };
     try {
-        return Audio::Sound::readSound(String(path), how);
+        Told told{Audio::Sound::readSound(String(path), how), {}};
+        told.text = options.json ? jsonText(told.report) : reportText(told.report);
+        return told;
     } catch (const std::exception& error) {
         // No memory for it: the next file may need less.
-        SoundReport report;
-        report.path = String(path);
-        report.errors.emplace_back(error.what());
-        return report;
+        Told told;
+        told.report.path = String(path);
+        told.report.errors.emplace_back(error.what());
+        told.text = options.json ? jsonText(told.report) : std::string();
+        return told;
     }
 }
 
-int tell(const Options& options) {
+int tellAll(const Options& options) {
     ProgressLine line({std::chrono::milliseconds(300), std::chrono::milliseconds(100)});
-    std::vector<SoundReport> reports;
     bool isRead = true;
     bool isFirst = true;
     for (std::size_t i = 0; i < options.paths.size(); ++i) {
         const std::size_t count = options.paths.size();
-        const SoundReport report =
-            read(options.paths[i], options, line, count == 1 ? "" : fmt::format("[{}/{}] ", i + 1, count));
+        const Told told =
+            tell(options.paths[i], options, line, count == 1 ? "" : fmt::format("[{}/{}] ", i + 1, count));
         line.erase();
-        for (const String& error : report.errors) {
+        for (const String& error : told.report.errors) {
             fmt::print(
-                stderr, "tarvik-sound: {}: {}\n", printable(report.path.view()), printable(error.view()));
+                stderr, "tarvik-sound: {}: {}\n", printable(told.report.path.view()),
+                printable(error.view()));
             isRead = false;
         }
+        // Each as soon as it is there: all of them together may be more than memory holds.
         if (options.json) {
-            reports.push_back(report);
-        } else if (report.isOpen) {
-            print((isFirst ? "" : "\n") + reportText(report));
-            isFirst = false;
+            writeOutput(isFirst ? "[\n" : ",\n");
+        } else if (!isFirst && !told.text.empty()) {
+            writeOutput("\n");
         }
+        writeOutput(told.text);
+        isFirst = isFirst && told.text.empty();
     }
     if (options.json) {
-        print(Audio::Sound::jsonText(reports));
+        writeOutput("]\n");
     }
     return isRead ? exitRead : exitUnread;
 }
@@ -99,26 +100,25 @@ int tell(const Options& options) {
 int main(int count, char** arguments) {
     Options options;
     CLI::App app("Tells what is in sound files.", "tarvik-sound");
+    makeUniform(app);
     app.footer(
         "Peak and RMS have 1 for full scale; what is no finite number is left out of them and counted.\n"
         "Exit codes: 0 every file was read to its end; 1 a file could not be read, or not wholly;\n"
         "2 bad command line; 3 the output could not be written.");
-    app.add_option("file", options.paths, "Sound files: WAV, RF64, AIFF, AIFC")->required();
+    addPaths(app, "file", options.paths, "Sound files: WAV, RF64, AIFF, AIFC")->required();
     app.add_option("--head", options.headFrames, "Print the samples of so many of the first frames")
         ->check(CLI::Range(mostHeadFrames))
         ->capture_default_str();
     app.add_flag("--json", options.json, "Print JSON instead of text");
     try {
-        std::vector<std::string> reversed = commandLineArguments(count, arguments);
-        std::reverse(reversed.begin(), reversed.end());
-        app.parse(std::move(reversed));
+        parseArguments(app, commandLineArguments(count, arguments));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitRead : exitUsage;
     }
     try {
-        return tell(options);
+        return tellAll(options);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "tarvik-sound: {}\n", error.what());
+        fmt::print(stderr, "tarvik-sound: {}\n", printable(error.what()));
         return exitOutput;
     }
 }

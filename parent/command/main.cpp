@@ -4,13 +4,14 @@
 #include "Report.h"
 
 #include "command/Arguments.h"
+#include "command/CommandLine.h"
 #include "command/PrintableText.h"
 #include "command/ProgressLine.h"
+#include "command/StandardOutput.h"
 #include "parent/DirectXFilters.h"
 #include "parent/PluginFinder.h"
 #include "parent/ScanRunner.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -27,7 +28,8 @@ enum ExitCode {
     /// Bad command line, or a path that is not there.
     exitUsage = 2,
     /// At least one scanner process did not do its part: not started, not connected, out of protocol; or what
-    /// was asked for cannot be handed to it; or what is registered cannot be told, or not all of it.
+    /// was asked for cannot be handed to it; or what is registered cannot be told, or not all of it; or the
+    /// output could not be written.
     exitScanner = 3,
 };
 
@@ -99,13 +101,13 @@ int scan(const Options& options) {
     for (const std::string& text : options.known) {
         Tarvik::PluginIdentifier identifier;
         if (!identifier.FromString(String(text))) {
-            fmt::print(stderr, "tarvik-scan: Not an identifier: {}\n", text);
+            fmt::print(stderr, "tarvik-scan: Not an identifier: {}\n", printable(text));
             return exitUsage;
         }
         known.insert(identifier);
     }
     if (const String error = collect(options, plugins); !error.isEmpty()) {
-        fmt::print(stderr, "tarvik-scan: {}\n", error.c_str());
+        fmt::print(stderr, "tarvik-scan: {}\n", printable(error.view()));
         return exitUsage;
     }
 
@@ -115,11 +117,12 @@ int scan(const Options& options) {
     Tarvik::DirectXFilterList registered;
     if (options.directX) {
         auto list = Tarvik::listDirectXFilters(settings, options.limit());
-        if (!list) {
-            fmt::print(stderr, "tarvik-scan: {}\n", printable(list.error().view()));
-            return exitScanner;
+        if (list) {
+            registered = std::move(list).value();
+        } else {
+            // What was named beside it is scanned all the same.
+            registered.problem = list.error();
         }
-        registered = std::move(list).value();
         for (const Tarvik::DirectXFilter& filter : registered.filters) {
             plugins.push_back(filter.identifier());
         }
@@ -139,7 +142,7 @@ int scan(const Options& options) {
         outcomes[asked + i].registration = registered.filters[i];
     }
     line.erase();
-    fmt::print("{}", options.json ? jsonText(outcomes) : tableText(outcomes));
+    writeOutput(options.json ? jsonText(outcomes) : tableText(outcomes));
     if (!registered.problem.isEmpty()) {
         fmt::print(stderr, "tarvik-scan: {}\n", printable(registered.problem.view()));
         return exitScanner;
@@ -153,11 +156,12 @@ int main(int count, char** arguments) {
     Options options;
     options.scanner = defaultScanner();
     CLI::App app("Scans audio plug-ins, each in a process of its own.", "tarvik-scan");
+    makeUniform(app);
     app.footer("Exit codes: 0 every plug-in was reported;\n"
                "1 a plug-in crashed, hung, ended or corrupted its process;\n"
                "2 bad command line or no such path; 3 a scanner process could not do its part,\n"
-               "or the registered filters cannot be listed.");
-    app.add_option("path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
+               "or the registered filters cannot be listed, or the output could not be written.");
+    addPaths(app, "path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
     app.add_option(
            "--identifier", options.identifiers,
            "A plug-in by its identifier, such as \"VST: 'abcd',C:\\a.dll\"")
@@ -179,9 +183,7 @@ int main(int count, char** arguments) {
         ->capture_default_str();
     app.add_flag("--json", options.json, "Print JSON instead of a table");
     try {
-        std::vector<std::string> reversed = commandLineArguments(count, arguments);
-        std::reverse(reversed.begin(), reversed.end());
-        app.parse(std::move(reversed));
+        parseArguments(app, commandLineArguments(count, arguments));
         if (options.paths.empty() && options.identifiers.empty() && !options.directX) {
             throw CLI::RequiredError("A path, an identifier or --directx");
         }
@@ -191,7 +193,7 @@ int main(int count, char** arguments) {
     try {
         return scan(options);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "tarvik-scan: {}\n", error.what());
+        fmt::print(stderr, "tarvik-scan: {}\n", printable(error.what()));
         return exitScanner;
     }
 }

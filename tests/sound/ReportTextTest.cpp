@@ -84,8 +84,8 @@ TEST(ReportText, Everything_that_a_file_has_is_told) {
                             "  read        1000 frames\n"
                             "  channel 1   peak 1.000000 (0.00 dB), RMS 0.500000 (-6.02 dB)\n"
                             "  channel 2   no samples to measure, 7 NaN left out, 1 infinite left out\n"
-                            "  sample 0                0.1             -1\n"
-                            "  sample 1              1e-40          3e+38\n");
+                            "  sample 0                0.1              -1\n"
+                            "  sample 1              1e-40           3e+38\n");
 }
 
 TEST(ReportText, Of_a_file_that_was_not_opened_there_is_no_text) {
@@ -114,7 +114,7 @@ TEST(ReportText, Samples_that_are_no_finite_numbers_are_named) {
     EXPECT_EQ(head[0][0].asString(), "NaN");
     EXPECT_EQ(head[1][0].asString(), "Infinity");
     EXPECT_EQ(head[2][0].asString(), "-Infinity");
-    EXPECT_TRUE(contains(jsonText({report}), "-0.0"));
+    EXPECT_TRUE(contains(jsonText(report), "-0.0"));
 }
 
 TEST(ReportText, Texts_of_a_file_cannot_steer_the_terminal) {
@@ -223,13 +223,26 @@ TEST(ReportText, Json_numbers_tell_neighbouring_floats_apart) {
     SoundReport report = small();
     const float next = std::nextafter(0.1F, 1.0F);
     report.head = {0.1F, next};
-    const std::string text = jsonText({report});
+    const std::string text = jsonText(report);
     EXPECT_TRUE(contains(text, "0.100000001")) << text;
     EXPECT_TRUE(contains(text, "0.100000009"));
 }
 
-TEST(ReportText, No_report_is_an_empty_array) {
-    EXPECT_EQ(jsonText({}), "[]\n");
+TEST(ReportText, Samples_of_every_length_stand_apart) {
+    SoundReport report = small();
+    report.format.channels = 2;
+    report.head = {-1.28197835e-05F, -0.000117033924F};
+    EXPECT_TRUE(contains(reportText(report), " -1.28197835e-05 -0.000117033924\n")) << reportText(report);
+}
+
+TEST(ReportText, A_label_is_told_unless_it_is_its_markers_name) {
+    SoundReport report = full();
+    report.markers = {{7, 0, "one"}, {8, 0, String()}};
+    report.labels = {{7, "one"}, {7, "two"}, {8, "withheld"}};
+    const std::string text = reportText(report);
+    EXPECT_FALSE(contains(text, "  label       7: one\n")) << text;
+    EXPECT_TRUE(contains(text, "  label       7: two\n")) << text;
+    EXPECT_TRUE(contains(text, "  label       8: withheld\n")) << text;
 }
 
 } // namespace

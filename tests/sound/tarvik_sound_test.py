@@ -229,7 +229,7 @@ class OwnFiles(unittest.TestCase):
   marker      7 at frame 1 (0:00.001): Caf\u00e9
   channel 1   peak 0.500000 (-6.02 dB), RMS {rms[0]:.6f} ({20 * math.log10(rms[0]):.2f} dB)
   channel 2   peak 1.000000 (0.00 dB), RMS {rms[1]:.6f} ({20 * math.log10(rms[1]):.2f} dB)
-  sample 0                0.5              0
+  sample 0                0.5               0
 """)
 
     def test_Several_files_are_told_in_their_order_apart_from_each_other(self):

@@ -15,7 +15,8 @@ struct ReadOptions {
     std::function<void(std::uint64_t done, std::uint64_t all)> progress;
 };
 
-/// Reads the whole file, in memory that does not grow with its length. Whatever fails is told in the report.
+/// Reads the whole file. Memory grows with the head and with the metadata, and not with the samples. Whatever
+/// fails is told in the report.
 SoundReport readSound(const String& path, const ReadOptions& options);
 
 } // namespace Audio::Sound

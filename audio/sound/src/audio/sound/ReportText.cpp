@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace Audio::Sound {
 
@@ -76,8 +77,10 @@ std::string metadataText(const SoundReport& report) {
     const std::uint32_t sampleRate = report.format.sampleRate;
     std::string text;
     std::set<std::uint32_t> markers;
+    std::set<std::pair<std::uint32_t, std::string_view>> names;
     for (const Decode::Marker& marker : report.markers) {
         markers.insert(marker.identifier);
+        names.emplace(marker.identifier, marker.name.view());
         text += line(
             "marker", fmt::format("{} at {}", marker.identifier, placeText(marker.frame, sampleRate)) +
                           named(marker.name));
@@ -91,8 +94,9 @@ std::string metadataText(const SoundReport& report) {
     }
     for (const Decode::CueText& label : report.labels) {
         // The others have been shown as the names of their markers.
-        if (!markers.contains(label.cueIdentifier)) {
-            text += line("label", fmt::format("{}, no such marker", label.cueIdentifier) + named(label.text));
+        if (!names.contains({label.cueIdentifier, label.text.view()})) {
+            const char* lack = !markers.contains(label.cueIdentifier) ? ", no such marker" : "";
+            text += line("label", fmt::format("{}{}", label.cueIdentifier, lack) + named(label.text));
         }
     }
     for (const Decode::CueText& note : report.notes) {
@@ -113,7 +117,7 @@ std::string headText(const SoundReport& report) {
         std::string samples;
         for (std::size_t channel = 0; channel < channels; ++channel) {
             // The fewest digits that tell the sample from all others.
-            samples += fmt::format("{:>15}", report.head[i + channel]);
+            samples += fmt::format("{}{:>15}", channel == 0 ? "" : " ", report.head[i + channel]);
         }
         text += line(fmt::format("sample {}", i / channels), samples);
     }
@@ -148,7 +152,7 @@ Json::Value cueTextsJson(const std::vector<Decode::CueText>& texts) {
         Json::Value entry;
         entry["marker"] = text.cueIdentifier;
         setText(entry, "text", text.text.view());
-        list.append(entry);
+        list.append(std::move(entry));
     }
     return list;
 }
@@ -170,9 +174,9 @@ void addMetadata(const SoundReport& report, Json::Value& json) {
         if (!marker.name.isNull()) {
             setText(entry, "name", marker.name.view());
         }
-        markers.append(entry);
+        markers.append(std::move(entry));
     }
-    json["markers"] = markers;
+    json["markers"] = std::move(markers);
     Json::Value regions(Json::arrayValue);
     for (const Decode::Region& region : report.regions) {
         Json::Value entry;
@@ -182,9 +186,9 @@ void addMetadata(const SoundReport& report, Json::Value& json) {
         if (!region.name.isNull()) {
             setText(entry, "name", region.name.view());
         }
-        regions.append(entry);
+        regions.append(std::move(entry));
     }
-    json["regions"] = regions;
+    json["regions"] = std::move(regions);
     json["labels"] = cueTextsJson(report.labels);
     json["notes"] = cueTextsJson(report.notes);
     Json::Value applications(Json::arrayValue);
@@ -192,9 +196,9 @@ void addMetadata(const SoundReport& report, Json::Value& json) {
         Json::Value entry;
         setText(entry, "signature", Decode::fourCCText(chunk.signature).view());
         entry["bytes"] = chunk.size;
-        applications.append(entry);
+        applications.append(std::move(entry));
     }
-    json["applications"] = applications;
+    json["applications"] = std::move(applications);
 }
 
 void addSamples(const SoundReport& report, Json::Value& json) {
@@ -206,9 +210,9 @@ void addSamples(const SoundReport& report, Json::Value& json) {
         entry["rms"] = channel.rms ? Json::Value(channel.rms.value) : Json::Value();
         entry["nan"] = Json::UInt64{channel.nanCount};
         entry["infinite"] = Json::UInt64{channel.infiniteCount};
-        levels.append(entry);
+        levels.append(std::move(entry));
     }
-    json["levels"] = levels;
+    json["levels"] = std::move(levels);
     Json::Value head(Json::arrayValue);
     const std::size_t channels = report.format.channels;
     for (std::size_t i = 0; i < report.head.size(); i += channels) {
@@ -216,9 +220,9 @@ void addSamples(const SoundReport& report, Json::Value& json) {
         for (std::size_t channel = 0; channel < channels; ++channel) {
             frame.append(numberOrText(report.head[i + channel]));
         }
-        head.append(frame);
+        head.append(std::move(frame));
     }
-    json["head"] = head;
+    json["head"] = std::move(head);
 }
 
 } // namespace
@@ -293,12 +297,8 @@ Json::Value reportJson(const SoundReport& report) {
     return json;
 }
 
-std::string jsonText(const std::vector<SoundReport>& reports) {
-    Json::Value list(Json::arrayValue);
-    for (const SoundReport& report : reports) {
-        list.append(reportJson(report));
-    }
-    return jsonDocument(list, digitsOfFloat, Json::PrecisionType::significantDigits);
+std::string jsonText(const SoundReport& report) {
+    return jsonDocument(reportJson(report), digitsOfFloat, Json::PrecisionType::significantDigits);
 }
 
 } // namespace Audio::Sound

@@ -5,7 +5,6 @@
 #include <json/json.h>
 
 #include <string>
-#include <vector>
 
 namespace Audio::Sound {
 
@@ -31,8 +30,8 @@ std::string reportText(const SoundReport& report);
 /// float from its neighbours.
 Json::Value reportJson(const SoundReport& report);
 
-/// An array of them as a document.
-std::string jsonText(const std::vector<SoundReport>& reports);
+/// The same as a document.
+std::string jsonText(const SoundReport& report);
 
 /// "0:01.500", with hours where there are any; rounded down to milliseconds. sampleRate 0 gives an empty
 /// text.

@@ -1,0 +1,11 @@
+#include "command/StandardOutput.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+void writeOutput(std::string_view text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        throw std::system_error(errno, std::generic_category(), "cannot write the output");
+    }
+}
