@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <benchmark/benchmark.h>
+#include <bit>
 #include <boost/lockfree/spsc_queue.hpp>
 #include <cstdint>
 #include <thread>
@@ -17,7 +18,7 @@ constexpr std::size_t capacity = 1023;
 constexpr std::uint32_t batch = 20000;
 
 DSP::DSPCommand* numbered(std::uintptr_t number) {
-    return reinterpret_cast<DSP::DSPCommand*>(number * 64);
+    return std::bit_cast<DSP::DSPCommand*>(number * 64);
 }
 
 struct Ours {

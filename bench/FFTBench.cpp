@@ -61,7 +61,7 @@ public:
     }
 
     void Run(benchmark::State& state) {
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             fft->Forward(signal.data, packed.data, buffer.data());
             fft->Inverse(packed.data, back.data, buffer.data());
             benchmark::ClobberMemory();
@@ -69,7 +69,7 @@ public:
     }
 
     void RunWithBins(benchmark::State& state) {
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             fft->Forward(signal.data, bins.data, buffer.data());
             DSP::Kernels::PackedToComplex(bins.data, bins.data, fft->GetOrder());
             DSP::Kernels::ComplexToPacked(packed.data, bins.data, fft->GetOrder());
@@ -108,7 +108,7 @@ public:
     Fftw& operator=(const Fftw&) = delete;
 
     void Run(benchmark::State& state) {
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             fftwf_execute(forward);
             fftwf_execute(inverse);
             benchmark::ClobberMemory();
@@ -133,7 +133,7 @@ int main(int argc, char** argv) {
         const auto ours = std::make_shared<Ours>(order);
         const auto fftw = std::make_shared<Fftw>(order);
         const auto runFftw = [fftw](benchmark::State& state) { fftw->Run(state); };
-        const auto add = [&](const std::string& name, auto body) {
+        const auto add = [&](const std::string& name, const auto& body) {
             benchmark::RegisterBenchmark(name.c_str(), body)->Iterations(GetIterations(order));
         };
         add(row + "|ours", [ours](benchmark::State& state) { ours->Run(state); });

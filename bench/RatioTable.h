@@ -106,6 +106,7 @@ inline int RunRatioTable(int argc, char** argv, RatioTable& table) {
         "--benchmark_min_time=0.02"};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }

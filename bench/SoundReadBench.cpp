@@ -57,19 +57,19 @@ std::string number(std::uint64_t value, unsigned bytes, bool big) {
 }
 
 std::string wavHeader(const Kind& kind, std::uint64_t dataBytes, const std::string& chunks = {}) {
-    const unsigned frameBytes = channels * kind.bytesPerSample;
+    const std::uint64_t frameBytes = std::uint64_t{channels} * kind.bytesPerSample;
     return "RIFF" + number(dataBytes + 36 + chunks.size(), 4, false) + "WAVEfmt " + number(16, 4, false) +
            number(kind.isFloat ? 3 : 1, 2, false) + number(channels, 2, false) +
            number(sampleRate, 4, false) + number(sampleRate * frameBytes, 4, false) +
-           number(frameBytes, 2, false) + number(kind.bytesPerSample * 8, 2, false) + chunks + "data" +
-           number(dataBytes, 4, false);
+           number(frameBytes, 2, false) + number(std::uint64_t{8} * kind.bytesPerSample, 2, false) + chunks +
+           "data" + number(dataBytes, 4, false);
 }
 
 std::string aiffHeader(const Kind& kind, std::uint64_t dataBytes) {
     return "FORM" + number(dataBytes + 46, 4, true) + "AIFFCOMM" + number(18, 4, true) +
            number(channels, 2, true) + number(fileFrames, 4, true) +
-           number(kind.bytesPerSample * 8, 2, true) + number(0x400EAC44, 4, true) + number(0, 6, true) +
-           "SSND" + number(dataBytes + 8, 4, true) + number(0, 8, true);
+           number(std::uint64_t{8} * kind.bytesPerSample, 2, true) + number(0x400EAC44, 4, true) +
+           number(0, 6, true) + "SSND" + number(dataBytes + 8, 4, true) + number(0, 8, true);
 }
 
 /// Noise, as bytes of the kind.
@@ -142,7 +142,7 @@ void addReading(RatioTable& table, const Kind& kind, const String& path) {
     const auto output = std::make_shared<Output>();
     const std::shared_ptr<Stream> stream = open(path);
     const auto ours = [stream, output](benchmark::State& state) {
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             require(readAll(*stream, *output) == fileFrames, "frames are missing");
         }
     };
@@ -152,7 +152,7 @@ void addReading(RatioTable& table, const Kind& kind, const String& path) {
         peer != nullptr && info.frames == static_cast<sf_count_t>(fileFrames),
         "libsndfile reads another file");
     const auto libsndfile = [peer, output](benchmark::State& state) {
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             sf_seek(peer.get(), 0, SEEK_SET);
             sf_count_t frames = 0;
             sf_count_t now = 0;
@@ -168,8 +168,9 @@ void addReading(RatioTable& table, const Kind& kind, const String& path) {
     };
     const auto bare = [path, output, kind](benchmark::State& state) {
         const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        require(file >= 0, "the file cannot be opened");
         const std::size_t callBytes = callFrames * channels * kind.bytesPerSample;
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             lseek(file, 0, SEEK_SET);
             while (::read(file, output->interleaved.data(), callBytes) > 0) {
             }
@@ -199,7 +200,7 @@ void addSync(RatioTable& table, std::size_t count, const TemporaryDirectory& dir
     table.AddRow(chunksRow(count));
     const auto iterations = static_cast<benchmark::IterationCount>(1000000 / count);
     const auto ours = [path, count](benchmark::State& state) {
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             const auto stream = Audio::Decode::createDecoder(path, Audio::Decode::FileTypeWAV);
             require(stream->sync() && stream->chunkCount() == count, "chunks are missing");
         }
@@ -207,7 +208,7 @@ void addSync(RatioTable& table, std::size_t count, const TemporaryDirectory& dir
     // libsndfile is no peer here: it gives up on a header of more than 100 KiB.
     const auto bare = [path](benchmark::State& state) {
         std::vector<char> bytes(65536);
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
             while (::read(file, bytes.data(), bytes.size()) > 0) {
             }
@@ -228,9 +229,10 @@ void printAllocations(const Kind& kind, const String& path) {
     const std::uint64_t before = AllocationCount();
     const std::uint64_t frames = readAll(*stream, output);
     const std::uint64_t made = AllocationCount() - before;
+    const std::uint64_t reads = frames / callFrames + 1;
     std::printf(
         "%-28s %llu allocations in %llu reads\n", kind.name, static_cast<unsigned long long>(made),
-        static_cast<unsigned long long>(frames / callFrames + 1));
+        static_cast<unsigned long long>(reads));
 }
 
 } // namespace

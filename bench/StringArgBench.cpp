@@ -2,48 +2,25 @@
 // String at every step. After the table stands how often each asks for memory.
 
 #include "RatioTable.h"
+#include "support/AllocationCount.h"
 #include "svbase/util/String.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
-#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <new>
 #include <string>
 #include <vector>
 
 namespace {
 
-std::atomic<std::uint64_t> allocations{0};
-
-} // namespace
-
-// Not inlined, or GCC sees malloc and free at the ends of a new and a delete and calls them mismatched.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-namespace {
-
 std::uint64_t allocationsOf(const auto& body) {
-    const std::uint64_t before = allocations.load();
+    const std::uint64_t before = AllocationCount();
     benchmark::DoNotOptimize(body());
-    return allocations.load() - before;
+    return AllocationCount() - before;
 }
 
 class Texts {
