@@ -20,9 +20,9 @@ export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
 # ---- the stages -----------------------------------------------------------------------------------------------
 
-all_stages=(setup third-party format native-asan headers native-tsan native fuzz windows scan)
-# Run by name alone: the traps and assertions of a debug build under Wine, and clang-tidy over the tree.
-named_stages=(windows-debug tidy)
+all_stages=(setup third-party format native-asan headers native-tsan native fuzz tidy windows scan)
+# Run by name alone: the traps and assertions of a debug build under Wine.
+named_stages=(windows-debug)
 quick_stages=(setup third-party native-asan)
 
 stage_setup() {
