@@ -216,7 +216,11 @@ def scan(identifier, known=(), vendor="Tarvik", product="Peer", timeout=WATCHDOG
     the end. A scanner that ends without a report is seen at once; one still alive at the time-out is killed and raises
     subprocess.TimeoutExpired."""
     with Parent() as parent, start(parent.endpoint, **env) as scanner:
-        request = parent.receive_request()
+        try:
+            request = parent.receive_request()
+        except NoAnswer as silence:
+            state = "still runs" if scanner.running() else f"ended with {scanner.wait()}"
+            raise NoAnswer(f"{silence}, and the scanner {state}") from None
         if request != [WORK_REQUEST]:
             raise AssertionError(f"not a request for work: {request}")
         parent.send_work_item(identifier, known, vendor, product)
