@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 namespace SoundFile {
 
@@ -97,6 +98,56 @@ void parseWavFormat(const std::string& chunk, Outcome& outcome) {
     format.isFloat = kind == 3 ? 1 : 0;
 }
 
+std::string bodyOf(const std::string& bytes, const OtherChunk& chunk) {
+    return bytes.substr(static_cast<std::size_t>(chunk.position), static_cast<std::size_t>(chunk.size));
+}
+
+void parseCuePoints(const std::string& bytes, Outcome& outcome) {
+    for (const OtherChunk& chunk : outcome.otherChunks) {
+        if (chunk.identifier != "cue ") {
+            continue;
+        }
+        const std::string body = bodyOf(bytes, chunk);
+        if (body.size() < 4 || (body.size() - 4) % 24 != 0 ||
+            (body.size() - 4) / 24 != littleAt(body, 0, 4)) {
+            outcome.cuePoints = {badFormat("Invalid size for cue points"), {}};
+            return;
+        }
+        for (std::size_t at = 4; at < body.size(); at += 24) {
+            outcome.cuePoints.list.push_back({littleAt(body, at, 4), littleAt(body, at + 20, 4), {}});
+        }
+    }
+}
+
+void parseRemarks(
+    const std::string& bytes, const Outcome& outcome, const std::string& kind, std::size_t least,
+    const std::string& error, Remarks& remarks) {
+    for (const OtherChunk& chunk : outcome.otherChunks) {
+        const std::string list = bodyOf(bytes, chunk);
+        if (chunk.identifier != "LIST" || list.substr(0, 4) != "adtl") {
+            continue;
+        }
+        std::size_t at = 4;
+        while (at + 8 <= list.size()) {
+            const std::size_t length = static_cast<std::size_t>(littleAt(list, at + 4, 4));
+            if (length > list.size() - at - 8) {
+                break;
+            }
+            if (list.substr(at, 4) == kind) {
+                const std::string body = list.substr(at + 8, length);
+                if (length < least) {
+                    remarks = {badFormat(error), {}};
+                    return;
+                }
+                remarks.list.push_back(
+                    {littleAt(body, 0, 4), least == 20 ? littleAt(body, 4, 4) : 0,
+                     std::string(body.substr(least).c_str())});
+            }
+            at += 8 + length + length % 2;
+        }
+    }
+}
+
 void parseWav(const std::string& bytes, Outcome& outcome) {
     if (bytes.size() < 12) {
         stop("File size too small to contain a valid RIFF header: " + text(bytes.size()) + " bytes");
@@ -150,13 +201,20 @@ void parseWav(const std::string& bytes, Outcome& outcome) {
                 parseWavFormat(body, outcome);
             }
         } else {
-            ++outcome.otherChunks;
-            if (identifier == "bext" && length < 602) {
-                stop("Invalid size for BWF bext chunk");
+            outcome.otherChunks.push_back({identifier, at, length, hasData});
+            if (identifier == "bext") {
+                if (length < 602) {
+                    stop("Invalid size for BWF bext chunk");
+                }
+                outcome.bext = body;
             }
         }
         at += length + length % 2;
     }
+    parseCuePoints(bytes, outcome);
+    parseRemarks(bytes, outcome, "labl", 4, "Invalid size for label", outcome.labels);
+    parseRemarks(bytes, outcome, "note", 4, "Invalid size for label", outcome.notes);
+    parseRemarks(bytes, outcome, "ltxt", 20, "Invalid size for labeled text", outcome.labeledTexts);
     if (!hasFormat) {
         stop("Didn't find 'format' chunk", 2);
     }
@@ -210,6 +268,27 @@ void parseCommon(const std::string& chunk, bool isCompressed, Outcome& outcome, 
     outcome.format.bytesPerSample = static_cast<std::uint32_t>((bits + 7) / 8);
 }
 
+void parseLoop(const std::string& body, Outcome& outcome) {
+    if (body.size() < 18) {
+        return;
+    }
+    const std::uint64_t beats = bigAt(body, 4, 4);
+    if (beats >= 1 && beats <= 65535) {
+        for (const std::uint64_t value : {beats, bigAt(body, 12, 2), bigAt(body, 14, 2)}) {
+            outcome.loop.push_back(static_cast<unsigned>(value));
+        }
+    }
+}
+
+void parseTransients(const std::string& body, Outcome& outcome) {
+    if (body.size() < 76 || bigAt(body, 0, 4) > 49999 || 24 + bigAt(body, 0, 4) * 8 > body.size()) {
+        return;
+    }
+    for (std::size_t i = 0; i < bigAt(body, 0, 4) * 2; ++i) {
+        outcome.transients.push_back(bigAt(body, 24 + i * 4, 4));
+    }
+}
+
 void parseAiff(const std::string& bytes, Outcome& outcome) {
     if (bytes.size() < 12) {
         stop("File size too small to contain a valid AIFF header: " + text(bytes.size()) + " bytes");
@@ -220,6 +299,8 @@ void parseAiff(const std::string& bytes, Outcome& outcome) {
     }
     int bits = 0;
     bool hasCommon = false;
+    bool hasLoop = false;
+    bool hasTransients = false;
     std::optional<std::uint64_t> dataSize;
     std::uint64_t at = 12;
     while (at + 8 <= bytes.size()) {
@@ -227,6 +308,11 @@ void parseAiff(const std::string& bytes, Outcome& outcome) {
         std::uint64_t size = bigAt(bytes, static_cast<std::size_t>(at) + 4, 4);
         at += 8;
         const std::uint64_t left = bytes.size() - at;
+        if (size > left) {
+            outcome.diagnostics.push_back(
+                "Chunk '" + std::string(identifier.c_str()) + "' has a size (" + text(size) +
+                " B) that is larger than the remaining file (" + text(left) + " B).");
+        }
         size += size % 2 != 0 && size < left ? 1 : 0;
         if (size > left) {
             if (identifier != "SSND") {
@@ -237,7 +323,10 @@ void parseAiff(const std::string& bytes, Outcome& outcome) {
         }
         const std::string body = bytes.substr(static_cast<std::size_t>(at), static_cast<std::size_t>(size));
         if (identifier == "APPL") {
-            demand(bytes, at, 4);
+            const std::string signature = demand(bytes, at, 4);
+            if (size >= 4) {
+                outcome.applications.push_back({signature, at + 4, size - 4});
+            }
         } else if (identifier == "COMM") {
             if (!hasCommon) {
                 hasCommon = true;
@@ -254,8 +343,16 @@ void parseAiff(const std::string& bytes, Outcome& outcome) {
                 outcome.dataStart = at + 8 + offset;
                 dataSize = size - offset - 8;
             }
-        } else if (identifier != "basc" && identifier != "trns") {
-            ++outcome.otherChunks;
+        } else if (identifier == "basc") {
+            if (!std::exchange(hasLoop, true)) {
+                parseLoop(body, outcome);
+            }
+        } else if (identifier == "trns") {
+            if (!std::exchange(hasTransients, true)) {
+                parseTransients(body, outcome);
+            }
+        } else {
+            outcome.otherChunks.push_back({identifier, at, size, dataSize.has_value()});
         }
         at += size;
     }
