@@ -62,6 +62,10 @@ TEST_F(AIFFDecoderTest, A_missing_file_is_the_files_error) {
     EXPECT_EQ(told(Decoder(directory / u8"missing.aiff").sync()), "File 2: Error opening file");
 }
 
+TEST_F(AIFFDecoderTest, A_directory_is_the_files_error) {
+    EXPECT_EQ(told(Decoder(directory / u8"").sync()), "File 2: Error opening file");
+}
+
 TEST_F(AIFFDecoderTest, A_file_below_12_bytes_tells_its_size) {
     EXPECT_EQ(syncOf(""), badFormat("File size too small to contain a valid AIFF header: 0 bytes"));
     EXPECT_EQ(

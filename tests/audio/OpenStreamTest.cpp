@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -84,6 +85,12 @@ TEST_F(OpenStreamTest, A_name_of_another_kind_or_none_yields_no_type) {
     EXPECT_EQ(detect(nothingKnown, u8"a.aifc"), "false");
     EXPECT_EQ(detect(nothingKnown, u8"a.rex"), "false");
     EXPECT_EQ(detect(nothingKnown, u8"a."), "false");
+}
+
+TEST_F(OpenStreamTest, A_dot_in_the_name_of_a_folder_makes_no_extension) {
+    std::filesystem::create_directory(directory.path() / "songs.wav");
+    EXPECT_EQ(detect(nothingKnown, u8"songs.wav/song"), "false");
+    EXPECT_EQ(detect(nothingKnown, u8"songs.wav/song.aif"), "3");
 }
 
 TEST_F(OpenStreamTest, Names_of_the_media_library_count_where_there_is_one) {

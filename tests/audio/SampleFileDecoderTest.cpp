@@ -1,4 +1,5 @@
 #include "audio/decode/AIFFDecoder.h"
+#include "audio/decode/OpenStream.h"
 #include "audio/decode/WAVDecoder.h"
 
 #include "audio/SoundFileBytes.h"
@@ -8,8 +9,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -267,24 +271,66 @@ TEST_F(SampleFileDecoderTest, Pieces_of_any_size_add_up_to_the_whole) {
 }
 
 TEST_F(SampleFileDecoderTest, Nothing_is_allocated_after_the_first_read) {
-    constexpr int frames = 300'000;
-    for (const unsigned bits : {16U, 24U}) {
+    constexpr std::uint32_t frames = 100'000;
+    std::vector<float> floats(2 * 8192);
+    std::vector<std::int16_t> shorts(2 * 8192);
+    std::vector<char> raw(8 * 8192);
+    float* const floatArrays[] = {floats.data(), floats.data() + 8192};
+    std::int16_t* const shortArrays[] = {shorts.data(), shorts.data() + 8192};
+    const auto file = [](const std::string& kind, unsigned bits) {
         const std::string samples(std::size_t{frames} * 2 * (bits / 8), '\x11');
-        Stream& stream = synced(riff(wavChunk("fmt ", plainFormat(1, 2, bits)) + wavChunk("data", samples)));
-        std::vector<float> left(8192);
-        std::vector<float> right(8192);
-        float* const arrays[] = {left.data(), right.data()};
-        ASSERT_TRUE(stream.ReadFloatDeinterleaved(1, arrays, framesRead));
+        const unsigned tag = kind == "float" ? 3 : 1;
+        return kind == "float" || kind == "integer"
+                   ? riff(wavChunk("fmt ", plainFormat(tag, 2, bits)) + wavChunk("data", samples))
+                   : form(
+                         "AIFC",
+                         aiffChunk("COMM", common(2, frames, static_cast<int>(bits), rate44100, kind)) +
+                             aiffChunk("SSND", sound(samples)));
+    };
+    for (const auto& [kind, bits] : std::initializer_list<std::pair<const char*, unsigned>>{
+             {"integer", 16},
+             {"integer", 24},
+             {"integer", 32},
+             {"float", 32},
+             {"NONE", 16},
+             {"NONE", 24},
+             {"NONE", 32},
+             {"sowt", 24},
+             {"fl32", 32}}) {
+        SCOPED_TRACE(std::string(kind) + " " + std::to_string(bits));
+        const auto stream = Audio::Decode::openStream(directory.file(u8"a", file(kind, bits)));
+        ASSERT_EQ(told(stream->sync()), "success");
+        const std::function<Audio::Decode::Result(std::uint64_t)> ways[] = {
+            [&](std::uint64_t count) {
+                return stream->ReadFloatDeinterleaved(count, floatArrays, framesRead);
+            },
+            [&](std::uint64_t count) {
+                return stream->ReadFloatInterleaved(count, floats.data(), framesRead);
+            },
+            [&](std::uint64_t count) {
+                return stream->ReadInt16Deinterleaved(count, shortArrays, framesRead);
+            },
+            [&](std::uint64_t count) {
+                return stream->ReadInt16Interleaved(count, shorts.data(), framesRead);
+            },
+            [&](std::uint64_t count) { return stream->ReadRawInterleaved(count, raw.data(), framesRead); },
+        };
+        ASSERT_TRUE(ways[0](1));
         const std::uint64_t before = AllocationCount();
         bool good = true;
-        for (const std::uint64_t count : {8192U, 1U, 64U, 4099U}) {
-            do {
-                good = stream.ReadFloatDeinterleaved(count, arrays, framesRead) && good;
-            } while (framesRead != 0);
-            good = stream.seek(frames / 3) && good;
+        std::uint64_t all = 0;
+        for (const auto& read : ways) {
+            for (const std::uint64_t count : {8192U, 61U, 4099U}) {
+                good = stream->seek(frames / 3) && good;
+                do {
+                    good = read(count) && good;
+                    all += framesRead;
+                } while (framesRead != 0);
+            }
         }
         EXPECT_EQ(AllocationCount() - before, 0U);
         EXPECT_TRUE(good);
+        EXPECT_EQ(all, std::uint64_t{15} * (frames - frames / 3));
     }
 }
 
@@ -330,6 +376,23 @@ TEST_F(SampleFileDecoderTest, A_file_that_shrinks_while_it_is_read_ends_in_the_f
     ASSERT_TRUE(stream.seek(5));
     ASSERT_TRUE(stream.ReadFloatInterleaved(1, samples.data(), framesRead));
     EXPECT_EQ(samples[0], 5.0F / 32768);
+}
+
+TEST_F(SampleFileDecoderTest, An_AIFF_that_shrinks_while_it_is_read_ends_in_the_files_error) {
+    constexpr std::uint32_t frames = 200'000;
+    const String path = directory.file(u8"a", smallAiff(std::string(std::size_t{frames} * 2, '\x11')));
+    Audio::Decode::AIFF::Decoder aiff(path);
+    ASSERT_EQ(told(aiff.sync()), "success");
+    std::vector<float> samples(frames);
+    ASSERT_TRUE(aiff.ReadFloatInterleaved(10, samples.data(), framesRead));
+    // 54 bytes of header.
+    std::filesystem::resize_file(directory.path() / "a", 54 + 100'000 * 2 + 1);
+    const auto result = aiff.ReadFloatInterleaved(frames, samples.data(), framesRead);
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().category().toStdString(), "File");
+    EXPECT_EQ(framesRead, 100'000U - 10);
+    EXPECT_EQ(aiff.position(), 100'000U);
+    EXPECT_EQ(samples[99'989], static_cast<float>(0x1111) / 32768);
 }
 
 TEST_F(SampleFileDecoderTest, Big_endian_samples_read_as_the_same_values) {

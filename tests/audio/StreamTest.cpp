@@ -1,6 +1,7 @@
 #include "audio/decode/Stream.h"
 
 #include "audio/SoundFileBytes.h"
+#include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
@@ -45,6 +46,22 @@ public:
 private:
     Format format_;
 };
+
+TEST(Stream, Operations_stand_in_their_order) {
+    using Floats = Result (Stream::*)(std::uint64_t, float*, std::uint64_t&);
+    using Doubles = Result (Stream::*)(std::uint64_t, double*, std::uint64_t&);
+    EXPECT_EQ(
+        virtualSlots(
+            &Stream::fileType, &Stream::sync, &Stream::resync, &Stream::format, &Stream::totalFrames,
+            &Stream::isTruncated, &Stream::position, &Stream::framesRemaining, &Stream::seek,
+            &Stream::reservedHook1, &Stream::reservedHook2, &Stream::reservedHook3,
+            static_cast<Floats>(&Stream::ReadFloatInterleaved),
+            static_cast<Doubles>(&Stream::ReadFloatInterleaved), &Stream::ReadFloatDeinterleaved,
+            &Stream::ReadInt16Deinterleaved, &Stream::ReadInt16Interleaved, &Stream::ReadRawInterleaved),
+        slotsFrom(0, 18));
+    EXPECT_EQ(virtualSlot(&Stream::chunkCount), 18);
+    EXPECT_EQ(virtualSlot(&Stream::originatorReference), 26);
+}
 
 TEST(Stream, Resync_is_sync) {
     LeastStream stream;

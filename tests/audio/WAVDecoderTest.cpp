@@ -142,6 +142,17 @@ TEST_F(WAVDecoderTest, Only_the_first_data_chunk_counts) {
     EXPECT_EQ(raw(), fourSamples);
 }
 
+TEST_F(WAVDecoderTest, A_later_data_chunk_of_unknown_size_is_as_long_as_the_first) {
+    EXPECT_EQ(
+        syncOf(smallWav(fourSamples, "data" + little(0xFFFFFFFF, 4) + "xyxyxyxy" + wavChunk("junk", "j"))),
+        "success");
+    EXPECT_FALSE(decoder->isTruncated());
+    EXPECT_EQ(decoder->totalFrames(), 4U);
+    EXPECT_EQ(raw(), fourSamples);
+    ASSERT_EQ(decoder->chunkCount(), 1U);
+    EXPECT_EQ(decoder->chunk(0).value.size, 1U);
+}
+
 TEST_F(WAVDecoderTest, A_later_data_chunk_past_the_end_marks_the_file_as_truncated) {
     EXPECT_EQ(syncOf(smallWav(fourSamples, "data" + little(100, 4) + "xy")), "success");
     EXPECT_TRUE(decoder->isTruncated());

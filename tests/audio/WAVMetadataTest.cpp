@@ -280,6 +280,16 @@ TEST_F(WAVMetadataTest, The_bext_chunk_is_kept_whole_and_among_the_other_chunks)
     EXPECT_EQ(wav.chunk(0).value.size, 707U);
 }
 
+TEST_F(WAVMetadataTest, The_last_of_several_bext_chunks_counts_and_all_are_among_the_other_chunks) {
+    const std::string last = bext(std::string(32, 'z'), 602);
+    Decoder& wav = open(wavChunk("bext", bext(reference32, 707)) + wavChunk("bext", last));
+    EXPECT_EQ(std::string(wav.bextData().begin(), wav.bextData().end()), last);
+    EXPECT_EQ(wav.originatorReference()->toStdString(), std::string(32, 'z'));
+    ASSERT_EQ(wav.chunkCount(), 2U);
+    EXPECT_EQ(wav.chunk(0).value.size, 707U);
+    EXPECT_EQ(wav.chunk(1).value.size, 602U);
+}
+
 TEST_F(WAVMetadataTest, A_bext_chunk_below_602_bytes_ends_sync) {
     Decoder wav(directory.file(u8"a.wav", smallWav(samples, wavChunk("bext", bext(reference32, 601)))));
     EXPECT_EQ(told(wav.sync()), badFormat("Invalid size for BWF bext chunk"));
