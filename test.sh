@@ -113,6 +113,7 @@ run_tests() { # PRESET [command to run ctest with...] [-- ctest argument...]
   status=$?
   sed -nE '/<testsuite/,/>/{s/.*[[:space:]](tests|failures|skipped)="([0-9]+)".*/\1 \2/p}' "$logs/$preset-tests.xml" \
     >"$logs/$stage.count"
+  awk -F'"' '/<testcase /{name=$2} /<skipped /{print name}' "$logs/$preset-tests.xml" >"$logs/$stage.skipped"
   return $status
 }
 
@@ -135,12 +136,12 @@ count() { # FIELD: a number that ctest left for this stage
   awk -v field="$1" '$1 == field { sum += $2 } END { print sum + 0 }' "$logs/$stage.count"
 }
 
-passed=0 failed=0 failed_stages=()
+passed=0 failed=0 failed_stages=() skipped=
 run_stage() {
   stage=$1
   local began=$SECONDS result=passed tests=
   echo "== $stage"
-  rm -f "$logs/$stage.count"
+  rm -f "$logs/$stage.count" "$logs/$stage.skipped"
   if ! ("stage_$stage") >"$logs/$stage.log" 2>&1 </dev/null; then
     result=FAILED
     failed_stages+=("$stage")
@@ -152,7 +153,10 @@ run_stage() {
     ran=$(($(count tests) - $(count skipped)))
     failures=$(count failures)
     tests="$((ran - failures)) of $ran tests"
-    [ "$(count skipped)" = 0 ] || tests="$tests, $(count skipped) skipped"
+    if [ -s "$logs/$stage.skipped" ]; then
+      tests="$tests, $(count skipped) skipped"
+      skipped+=$(sed "s/^/Skipped in $stage: /" "$logs/$stage.skipped")$'\n'
+    fi
     passed=$((passed + ran - failures)) failed=$((failed + failures))
     # A stage may fail beside its tests: it must show in the sum.
     [ $result = passed ] || [ "$failures" != 0 ] || failed=$((failed + 1))
@@ -190,7 +194,7 @@ for stage in "${stages[@]}"; do
   fi
 done
 echo
-printf '%s' "$table"
+printf '%s' "$table" "$skipped"
 [ ${#failed_stages[@]} = 0 ] || echo "Failed: ${failed_stages[*]}"
 echo "$passed passed, $failed failed"
 [ $failed = 0 ]
