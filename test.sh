@@ -124,8 +124,9 @@ on_windows() { # PRESET [ctest argument...]
   # Tests that are ended from outside leave what they registered: the prefix of such a run is made anew.
   rm "$WINEPREFIX/.tarvik-ready"
   local status=0
-  # Of thousands of processes Wine does not begin one or two, which end at once and without a word: what fails is run
-  # once more.
+  # Of thousands of processes Wine does not begin one or two, which end at once: what fails is run once more, and named.
+  # Why a process does not begin is for Wine's loader to say.
+  export WINEDEBUG=-all,err+module
   run_tests "$1" -- --repeat until-pass:2 "${@:2}" || status=1
   touch "$WINEPREFIX/.tarvik-ready"
   wine_stop
@@ -136,7 +137,7 @@ count() { # FIELD: a number that ctest left for this stage
   awk -v field="$1" '$1 == field { sum += $2 } END { print sum + 0 }' "$logs/$stage.count"
 }
 
-passed=0 failed=0 failed_stages=() skipped=
+passed=0 failed=0 failed_stages=() remarks=
 run_stage() {
   stage=$1
   local began=$SECONDS result=passed tests=
@@ -155,8 +156,12 @@ run_stage() {
     tests="$((ran - failures)) of $ran tests"
     if [ -s "$logs/$stage.skipped" ]; then
       tests="$tests, $(count skipped) skipped"
-      skipped+=$(sed "s/^/Skipped in $stage: /" "$logs/$stage.skipped")$'\n'
+      remarks+=$(sed "s/^/Skipped in $stage: /" "$logs/$stage.skipped")$'\n'
     fi
+    # Those that failed at last are told above; what passed only when it was run again shows here alone.
+    remarks+=$(sed -nE "s/^.* Test +#[0-9]+: ([^ ]+) .*\*\*\*(Failed|Exception|Timeout).*/Failed once in $stage: \1/p" \
+      "$logs/$stage.log" | sort -u; echo .)
+    remarks=${remarks%.}
     passed=$((passed + ran - failures)) failed=$((failed + failures))
     # A stage may fail beside its tests: it must show in the sum.
     [ $result = passed ] || [ "$failures" != 0 ] || failed=$((failed + 1))
@@ -194,7 +199,7 @@ for stage in "${stages[@]}"; do
   fi
 done
 echo
-printf '%s' "$table" "$skipped"
+printf '%s' "$table" "$remarks"
 [ ${#failed_stages[@]} = 0 ] || echo "Failed: ${failed_stages[*]}"
 echo "$passed passed, $failed failed"
 [ $failed = 0 ]
