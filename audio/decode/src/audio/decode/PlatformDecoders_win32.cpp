@@ -1,5 +1,8 @@
 #include "audio/decode/PlatformDecoders.h"
 
+#include "audio/decode/REXDecoder.h"
+#include "audio/decode/REXLibrary_win32.h"
+
 namespace Audio::Decode::PlatformDecoders {
 
 bool HasMediaLibrary() {
@@ -10,8 +13,8 @@ bool IsMediaData(std::span<const std::uint8_t>) {
     return false;
 }
 
-std::shared_ptr<Stream> Create(const String&, std::uint32_t) {
-    return nullptr;
+std::shared_ptr<Stream> Create(const String& path, std::uint32_t type) {
+    return type == FileTypeREX ? std::make_shared<REX::Decoder>(path, REX::ProcessLibrary()) : nullptr;
 }
 
 } // namespace Audio::Decode::PlatformDecoders
