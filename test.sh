@@ -170,7 +170,7 @@ run_stage() {
   else
     failed=$((failed + 1))
   fi
-  table+=$(printf '%-14s %-7s %5d s  %s' "$stage" "$result" $((SECONDS - began)) "$tests")$'\n'
+  table+=$(printf '%-14s %-7s %5d s%s' "$stage" "$result" $((SECONDS - began)) "${tests:+  $tests}")$'\n'
   echo "== $stage $result, $((SECONDS - began)) s${tests:+, $tests}"
   [ $result = passed ]
 }
