@@ -1,3 +1,4 @@
+#include "hosting/ClosingParent_win32.h"
 #include "hosting/FakeEffect.h"
 #include "hosting/ParentWindow_win32.h"
 #include "hosting/vst/VSTEditorWindow.h"
@@ -352,6 +353,64 @@ TEST(VSTPluginEditorWindow, An_effect_that_throws_while_closing_is_closed_all_th
     EXPECT_FALSE(plugin->IsEditorOpen());
     EXPECT_EQ(parent.Child(), nullptr);
     EXPECT_FALSE(classExists());
+}
+
+TEST(VSTPluginEditorWindow, A_parent_that_closes_the_editor_again_while_it_closes_changes_nothing) {
+    EditorEffect otherEffect;
+    EditorEffect effect;
+    const auto other = HostEffect(otherEffect);
+    const auto plugin = HostEffect(effect);
+    const ParentWindow plainParent;
+    ClosingParent parent(*plugin);
+    ASSERT_TRUE(other->OpenEditor(plainParent.Get(), 0, 0));
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    plugin->CloseEditor();
+    EXPECT_GT(parent.closings, 0);
+    EXPECT_EQ(effect.CallsOf(effEditClose).size(), 1u);
+    EXPECT_EQ(parent.Child(), nullptr);
+    EXPECT_FALSE(plugin->IsEditorOpen());
+    // Each window counts once: the class lives as long as the other one does, and goes with it.
+    EXPECT_TRUE(classExists());
+    other->CloseEditor();
+    EXPECT_FALSE(classExists());
+}
+
+TEST(VSTPluginEditorWindow, An_effect_that_closes_the_editor_while_it_closes_changes_nothing) {
+    ParentWindow parent;
+    EditorEffect effect;
+    const auto plugin = HostEffect(effect);
+    bool windowWasThere = false;
+    effect.answers[effEditClose] = [&](const FakeEffect::Call&) {
+        plugin->CloseEditor();
+        windowWasThere = parent.Child() != nullptr;
+        return VstIntPtr{0};
+    };
+    for (std::size_t round = 1; round <= 2; ++round) {
+        ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+        plugin->CloseEditor();
+        EXPECT_EQ(effect.CallsOf(effEditClose).size(), round);
+        EXPECT_TRUE(windowWasThere) << "until the effect has closed its editor";
+        EXPECT_EQ(parent.Child(), nullptr);
+        EXPECT_FALSE(classExists());
+    }
+}
+
+TEST(VSTPluginEditorWindow, An_editor_that_closes_is_idle_no_more) {
+    ParentWindow parent;
+    EditorEffect effect;
+    const auto plugin = HostEffect(effect);
+    plugin->SetEditorResizeCallback([](void*, std::uint32_t, std::uint32_t) {}, nullptr);
+    VstIntPtr answer = -1;
+    effect.answers[effEditClose] = [&](const FakeEffect::Call&) {
+        answer = effect.AskHost(audioMasterIdle);
+        effect.rectangle.right = 600;
+        plugin->Idle();
+        return VstIntPtr{0};
+    };
+    ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
+    plugin->CloseEditor();
+    EXPECT_EQ(answer, 0);
+    EXPECT_TRUE(effect.CallsOf(effEditIdle).empty());
 }
 
 TEST(VSTPluginEditorWindow, Messages_go_to_the_systems_default) {

@@ -1,3 +1,5 @@
+#include "hosting/ClosingParent_win32.h"
+#include "hosting/ParentWindow_win32.h"
 #include "hosting/dx/ComTest_win32.h"
 #include "hosting/dx/DXPlugin.h"
 #include "hosting/dx/DXPropertyPageSite_win32.h"
@@ -22,34 +24,6 @@ using TestFilters::Handed;
 using TestFilters::Ledger;
 using TestFilters::Place;
 using TestFilters::TestPage;
-
-/// A top-level window for editors to stand in.
-class ParentWindow : private noncopyable {
-public:
-    ParentWindow()
-        : window(CreateWindowExW(
-              0, L"STATIC", L"Parent", WS_OVERLAPPEDWINDOW, 0, 0, 800, 600, nullptr, nullptr,
-              GetModuleHandleW(nullptr), nullptr)) {}
-    ~ParentWindow() { Destroy(); }
-
-    void Destroy() {
-        if (window != nullptr) {
-            DestroyWindow(std::exchange(window, nullptr));
-        }
-    }
-    HWND Get() const { return window; }
-    HWND Child() const { return GetWindow(window, GW_CHILD); }
-
-private:
-    HWND window;
-};
-
-RECT placeInParent(HWND window) {
-    RECT place{};
-    GetWindowRect(window, &place);
-    MapWindowPoints(nullptr, GetParent(window), reinterpret_cast<POINT*>(&place), 2);
-    return place;
-}
 
 std::wstring textOf(HWND window) {
     wchar_t text[64] = {};
@@ -275,35 +249,6 @@ TEST_F(DXPluginEditorTest, The_destructor_closes_the_editor_before_it_lets_the_p
     EXPECT_FALSE(classExists());
     ExpectSettled();
 }
-
-/// Closes an editor from within whatever its parent is told.
-class ClosingParent : private noncopyable {
-public:
-    explicit ClosingParent(DXPlugin& which) : plugin(which) {
-        SetWindowLongPtrW(parent.Get(), GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-        before = reinterpret_cast<WNDPROC>(
-            SetWindowLongPtrW(parent.Get(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure)));
-    }
-
-    HWND Get() const { return parent.Get(); }
-    HWND Child() const { return parent.Child(); }
-
-    int closings = 0;
-
-private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        auto* self = reinterpret_cast<ClosingParent*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-        if (message == WM_PARENTNOTIFY && LOWORD(wParam) == WM_DESTROY) {
-            ++self->closings;
-            self->plugin.CloseEditor();
-        }
-        return CallWindowProcW(self->before, window, message, wParam, lParam);
-    }
-
-    DXPlugin& plugin;
-    WNDPROC before;
-    ParentWindow parent;
-};
 
 TEST_F(DXPluginEditorTest, A_parent_that_closes_the_editor_again_while_it_closes_changes_nothing) {
     const auto other = Load();

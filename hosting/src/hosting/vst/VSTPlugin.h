@@ -137,7 +137,8 @@ private:
 
     /// Leaves behind what it made when it fails or throws.
     bool OpenEditorWindow(NativeWindow parent, std::int32_t x, std::int32_t y);
-    void DestroyEditorWindow();
+    /// Gives the window to whoever destroys it, null for none.
+    NativeWindow ForgetEditorWindow();
 
     void GrowBuffers(std::uint32_t channels, std::uint32_t frames);
     float* InternalChannel(std::uint32_t channel);

@@ -5,6 +5,7 @@
 #include "hosting/vst/VstAbi.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Tarvik {
 
@@ -62,7 +63,9 @@ bool VSTPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) 
     } catch (...) { // NOLINT(bugprone-empty-catch)
         // An effect that throws does not open either.
     }
-    DestroyEditorWindow();
+    if (const NativeWindow going = ForgetEditorWindow(); going != nullptr) {
+        VSTEditorWindow::Destroy(going);
+    }
     return false;
 }
 
@@ -84,18 +87,18 @@ void VSTPlugin::CloseEditor() {
     if (!IsEditorOpen()) {
         return;
     }
-    DispatchQuietly(effEditClose);
-    DestroyEditorWindow();
+    // Closed before anything goes: the effect may call back while it closes, and the parent window is told
+    // that its child goes. Whoever closes the editor in answer to that must find nothing left to do.
     editorParent.store(nullptr, std::memory_order_release);
+    const NativeWindow going = ForgetEditorWindow();
+    DispatchQuietly(effEditClose);
+    VSTEditorWindow::Destroy(going);
 }
 
-void VSTPlugin::DestroyEditorWindow() {
+NativeWindow VSTPlugin::ForgetEditorWindow() {
     editorWidth = {};
     editorHeight = {};
-    if (editorWindow != nullptr) {
-        VSTEditorWindow::Destroy(editorWindow);
-        editorWindow = nullptr;
-    }
+    return std::exchange(editorWindow, nullptr);
 }
 
 bool VSTPlugin::HasEditorResizeCallback() const {
