@@ -1,3 +1,4 @@
+#include "hosting/PlatformCalls_win32.h"
 #include "hosting/dx/ComTest_win32.h"
 #include "hosting/dx/DXPlugin.h"
 #include "support/AllocationCount.h"
@@ -20,8 +21,11 @@ using TestFilters::Behaviour;
 using TestFilters::Deed;
 using TestFilters::Delivery;
 using TestFilters::Place;
+using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Key;
 
 constexpr float gain = 0.5f;
 constexpr std::uint32_t sampleBytes = 65536;
@@ -287,6 +291,31 @@ TEST_F(DXPluginAudioTest, A_block_allocates_nothing) {
     plugin->Process(1, 2, shortPointers.data());
     EXPECT_EQ(AllocationCount() - before, 0U);
     EXPECT_EQ(plugin->GetReportedDelay(), checked_value(1U));
+}
+
+TEST_F(DXPluginAudioTest, A_block_locks_nothing_and_asks_the_system_for_nothing_but_copies) {
+    PlatformCalls calls;
+    for (const std::uint32_t channelCount : {1U, 2U}) {
+        Load(Delivering(Delivery::inPlace), channelCount);
+        for (const std::uint32_t frames :
+             {1U, 512U, static_cast<std::uint32_t>(sampleBytes / sizeof(float) / channels)}) {
+            Block block = Random(frames);
+            const std::vector<float*> pointers = block.Pointers();
+            std::vector<float*> buffers = pointers;
+            const auto counted = calls.Of([&] { plugin->Process(frames, channels, buffers.data()); });
+            EXPECT_THAT(counted, Each(Key(AnyOf("memcpy", "memmove", "memset"))));
+            EXPECT_EQ(plugin->GetReportedDelay(), checked_value(frames));
+        }
+    }
+}
+
+TEST_F(DXPluginAudioTest, The_delay_is_asked_for_without_a_lock) {
+    PlatformCalls calls;
+    Load(Delivering(Delivery::inPlace));
+    Process(Random(8));
+    checked_value<std::uint32_t> delay;
+    EXPECT_THAT(calls.Of([&] { delay = plugin->GetReportedDelay(); }), IsEmpty());
+    EXPECT_EQ(delay, checked_value(8U));
 }
 
 TEST_F(DXPluginAudioTest, The_delay_may_be_asked_for_while_blocks_are_processed) {
