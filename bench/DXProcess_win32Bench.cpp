@@ -15,8 +15,9 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <exception>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,20 +27,42 @@ using namespace Tarvik;
 
 constexpr std::uint32_t stereo = 1;
 
+/// Throws, so that what is registered goes with whatever fails.
 void require(HRESULT answer, const char* what) {
     if (FAILED(answer)) {
-        std::fprintf(stderr, "%s failed with 0x%08lX\n", what, static_cast<unsigned long>(answer));
-        std::exit(1);
+        std::array<char, 128> text{};
+        std::snprintf(
+            text.data(), text.size(), "%s failed with 0x%08lX", what, static_cast<unsigned long>(answer));
+        throw std::runtime_error(text.data());
     }
 }
 
-/// The gain as a class of this process, with the name that makes it a plug-in, in a host.
+/// The name that makes a class a plug-in, in the registry for as long as the object lives.
+class FilterName : private noncopyable {
+public:
+    explicit FilterName(const std::wstring& braced) : key_(L"Filter\\" + braced) {
+        constexpr wchar_t name[] = L"Benchmark";
+        require(
+            HRESULT_FROM_WIN32(static_cast<unsigned long>(
+                RegSetKeyValueW(HKEY_CLASSES_ROOT, key_.c_str(), nullptr, REG_SZ, name, sizeof name))),
+            "RegSetKeyValue");
+    }
+    ~FilterName() { RegDeleteTreeW(HKEY_CLASSES_ROOT, key_.c_str()); }
+
+private:
+    std::wstring key_;
+};
+
+// The same in every run: a name that a run left behind, as it was ended while it loaded, goes with the next.
+constexpr CLSID copiedClass{0x9D1C57B2, 0x3E0F, 0x4C0B, {0x8E, 0x41, 0x6A, 0x55, 0x0C, 0x1B, 0xD7, 0x10}};
+constexpr CLSID inPlaceClass{0x9D1C57B2, 0x3E0F, 0x4C0B, {0x8E, 0x41, 0x6A, 0x55, 0x0C, 0x1B, 0xD7, 0x11}};
+
+/// The gain as a class of this process, in a host.
 class Filter : private noncopyable {
 public:
-    explicit Filter(TestFilters::Delivery delivery) {
+    Filter(const CLSID& id, TestFilters::Delivery delivery) {
         TestFilters::Behaviour behaviour;
         behaviour.delivery = delivery;
-        require(CoCreateGuid(&id_), "CoCreateGuid");
         const auto factory = ComPointer<TestFilters::TestFactory>::Adopt(
             new TestFilters::TestFactory([this, behaviour](REFIID iid, void** out) {
                 const HRESULT answer = TestFilters::makeTestFilter(behaviour, {}, iid, out);
@@ -52,31 +75,24 @@ public:
                 return answer;
             }));
         require(
-            CoRegisterClassObject(id_, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_),
+            CoRegisterClassObject(id, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_),
             "CoRegisterClassObject");
         std::array<wchar_t, 39> braced{};
-        StringFromGUID2(id_, braced.data(), static_cast<int>(braced.size()));
-        key_ = std::wstring(L"Filter\\") + braced.data();
-        constexpr wchar_t name[] = L"Benchmark";
-        require(
-            HRESULT_FROM_WIN32(static_cast<unsigned long>(
-                RegSetKeyValueW(HKEY_CLASSES_ROOT, key_.c_str(), nullptr, REG_SZ, name, sizeof name))),
-            "RegSetKeyValue");
+        StringFromGUID2(id, braced.data(), static_cast<int>(braced.size()));
+        // Asked for while it loads, and never after.
+        const FilterName name(braced.data());
         plugin_ = std::make_unique<DXPlugin>(String::fromWide(braced.data() + 1, 36), 44100.0F, stereo);
         require(plugin_->IsValid() ? S_OK : E_FAIL, "Loading the filter");
     }
     ~Filter() {
         plugin_.reset();
-        RegDeleteTreeW(HKEY_CLASSES_ROOT, key_.c_str());
         CoRevokeClassObject(cookie_);
     }
 
     DXPlugin& plugin() { return *plugin_; }
 
 private:
-    CLSID id_{};
     DWORD cookie_ = 0;
-    std::wstring key_;
     std::unique_ptr<DXPlugin> plugin_;
 };
 
@@ -137,11 +153,11 @@ void sampleAlone(benchmark::State& state) {
 } // namespace
 
 int main(int argc, char** argv) {
-    require(OleInitialize(nullptr), "OleInitialize");
-    int result = 0;
-    {
-        Filter copied(TestFilters::Delivery::copied);
-        Filter inPlace(TestFilters::Delivery::inPlace);
+    int result = 1;
+    try {
+        require(OleInitialize(nullptr), "OleInitialize");
+        Filter copied(copiedClass, TestFilters::Delivery::copied);
+        Filter inPlace(inPlaceClass, TestFilters::Delivery::inPlace);
         RatioTable table;
         for (const std::uint32_t frames : {64U, 512U, 4096U}) {
             const auto add = [&](const char* name, DXPlugin& plugin) {
@@ -160,6 +176,8 @@ int main(int argc, char** argv) {
                 ("gain, " + std::to_string(frames) + "|sample").c_str(), sampleAlone);
         }
         result = RunRatioTable(argc, argv, table);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
     }
     OleUninitialize();
     return result;
