@@ -2,10 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tarvik {
 namespace {
@@ -63,10 +69,54 @@ TEST_F(PipedProgramTest, A_program_that_is_killed_ends) {
     program.kill();
 }
 
+/// A script that tells another file what is on its standard input at once, nothing or else something or the
+/// end, and then that the end has come.
+std::vector<String> TellingInput(int file) {
+    const String script("import os, select, sys\n"
+                        "ready = select.select([0], [], [], 0)[0]\n"
+                        "os.write(%1, b'something\\n' if ready else b'nothing\\n')\n"
+                        "sys.stdin.read()\n"
+                        "os.write(%1, b'end\\n')\n");
+    return {"/usr/bin/python3", "-c", script.arg(file).arg(file)};
+}
+
 TEST_F(PipedProgramTest, The_lifeline_has_nothing_on_it_and_does_not_end) {
-    Start("if read -r line; then echo line; else echo end; fi; echo done");
-    program.waitForOutput(100ms);
-    EXPECT_FALSE(program.hasEnded());
+    const String error = program.start(TellingInput(1));
+    ASSERT_TRUE(error.isEmpty()) << error.c_str();
+    EXPECT_EQ(Read(8), "nothing\n");
+}
+
+TEST_F(PipedProgramTest, The_lifeline_ends_with_the_parent_however_that_ends) {
+    // Past the parent: all of them have it.
+    int said[2];
+    ASSERT_EQ(pipe(said), 0);
+    const std::vector<String> command = TellingInput(said[1]);
+    const pid_t parent = fork();
+    ASSERT_GE(parent, 0);
+    if (parent == 0) {
+        PipedProgram orphan;
+        if (!orphan.start(command).isEmpty()) {
+            _exit(1);
+        }
+        for (;;) {
+            pause();
+        }
+    }
+    close(said[1]);
+    const auto nextLine = [&] {
+        std::string line;
+        char c = 0;
+        pollfd each{said[0], POLLIN, 0};
+        while (poll(&each, 1, 60'000) == 1 && read(said[0], &c, 1) == 1 && c != '\n') {
+            line.push_back(c);
+        }
+        return line;
+    };
+    EXPECT_EQ(nextLine(), "nothing");
+    EXPECT_EQ(kill(parent, SIGKILL), 0);
+    EXPECT_EQ(nextLine(), "end");
+    waitpid(parent, nullptr, 0);
+    close(said[0]);
 }
 
 TEST_F(PipedProgramTest, A_program_that_is_not_there_gives_the_reason) {
