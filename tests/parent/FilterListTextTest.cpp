@@ -1,5 +1,7 @@
 #include "parent/FilterListText.h"
 
+#include "support/AllocationCount.h"
+
 #include <gtest/gtest.h>
 
 namespace Tarvik {
@@ -162,16 +164,83 @@ TEST(FilterListText, A_failure_stays) {
     EXPECT_EQ(reader.error(), "Line 1 of the list of filters: not the beginning of a list of filters");
 }
 
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
+
+std::string lineOf(const std::string& id, std::size_t length) {
+    const std::string begin = "filter " + id + " complete ";
+    const std::string end = " - -\n";
+    return begin + std::string(length + 1 - begin.size() - end.size(), 'n') + end;
+}
+
+TEST(FilterListText, A_line_of_a_mebibyte_is_read_whole) {
+    FilterListReader reader;
+    const std::string longest = lineOf("00000000-0000-0000-0000-000000000001", mebibyte);
+    ASSERT_EQ(reader.feed(head + longest + second + "end 2\n"), State::complete);
+    EXPECT_EQ(reader.list().filters.size(), 2U);
+    EXPECT_TRUE(reader.list().problem.isEmpty());
+}
+
+TEST(FilterListText, A_line_that_is_too_long_costs_its_own_filter_alone) {
+    const std::string tooLong = lineOf("00000000-0000-0000-0000-000000000003", mebibyte + 1);
+    const std::string third = "filter 00000000-0000-0000-0000-000000000004 no-class N - -\n";
+    const std::string told = "Left out of the list of filters, as the texts of its registration are longer "
+                             "than any can be: 00000000-0000-0000-0000-000000000003";
+    for (const std::size_t pieceSize : {std::size_t{1000}, mebibyte, 4 * mebibyte}) {
+        const std::string text = head + first + second + tooLong + third + "end 4\n";
+        FilterListReader reader;
+        for (std::size_t from = 0; from < text.size(); from += pieceSize) {
+            reader.feed(std::string_view(text).substr(from, pieceSize));
+        }
+        ASSERT_EQ(reader.state(), State::complete) << reader.error().c_str();
+        ASSERT_EQ(reader.list().filters.size(), 3U);
+        EXPECT_EQ(reader.list().filters[2].name, "N");
+        EXPECT_EQ(reader.list().problem, String(told));
+    }
+    FilterListReader reader;
+    ASSERT_EQ(
+        reader.feed(
+            head + tooLong + lineOf("00000000-0000-0000-0000-000000000004", 2 * mebibyte) +
+            lineOf("00000000-0000-0000-0000-000000000005", 2 * mebibyte) + "problem no%20mapper\nend 3\n"),
+        State::complete);
+    EXPECT_TRUE(reader.list().filters.empty());
+    EXPECT_EQ(reader.list().problem, String("no mapper; " + told + " and 2 more"));
+}
+
+TEST(FilterListText, A_line_that_is_too_long_stands_in_order_and_counts) {
+    const std::string tooLong = lineOf("00000000-0000-0000-0000-000000000001", mebibyte + 1);
+    const std::string order = "Line 3 of the list of filters: not in the order of class identifiers";
+    EXPECT_EQ(errorOf(head + second + tooLong), order);
+    EXPECT_EQ(errorOf(head + tooLong + first), order);
+    EXPECT_EQ(
+        errorOf(head + tooLong + second + "end 1\n"),
+        "Line 4 of the list of filters: another number of filters than came");
+}
+
+TEST(FilterListText, What_is_too_long_and_no_filter_ends_the_list) {
+    const std::string much(2 * mebibyte, 'a');
+    const std::string tooLong = " of the list of filters: longer than any line can be";
+    EXPECT_EQ(errorOf(much + "\n"), "Line 1" + tooLong);
+    EXPECT_EQ(errorOf(head + much + "\n"), "Line 2" + tooLong);
+    EXPECT_EQ(errorOf(head + "problem " + much + "\n"), "Line 2" + tooLong);
+    EXPECT_EQ(
+        errorOf(head + "filter x complete " + much + "\n"),
+        "Line 2 of the list of filters: no class identifier where one belongs");
+    EXPECT_EQ(
+        errorOf(head + "problem a\n" + lineOf("00000000-0000-0000-0000-000000000001", mebibyte + 1)),
+        "Line 3" + tooLong);
+}
+
 TEST(FilterListText, A_line_without_an_end_does_not_fill_the_memory) {
     FilterListReader reader;
-    reader.feed(head);
+    reader.feed(head + first);
     const std::string piece(4096, 'a');
-    std::size_t fed = 0;
-    while (reader.state() == State::reading && fed < (4U << 20)) {
-        reader.feed(piece);
-        fed += piece.size();
+    const WithoutMemory fence(4 * mebibyte);
+    reader.feed("filter 00000000-0000-0000-0000-000000000002 complete ");
+    for (std::size_t fed = 0; fed < 16 * mebibyte; fed += piece.size()) {
+        ASSERT_EQ(reader.feed(piece), State::reading);
     }
-    EXPECT_EQ(reader.error(), "Line 2 of the list of filters: longer than any line can be");
+    EXPECT_EQ(reader.feed("\nend 2\n"), State::complete);
+    EXPECT_EQ(reader.list().filters.size(), 1U);
 }
 
 } // namespace

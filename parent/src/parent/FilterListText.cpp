@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
 
 namespace Tarvik {
 
@@ -14,7 +15,8 @@ using Util::escapedWord;
 
 constexpr std::string_view firstLine = "DirectX filters, format 1";
 
-/// Three texts of the registry, each byte of them escaped, and far more of each than anybody writes there.
+/// Three texts of the registry, each byte of them escaped, and far more of each than anybody writes there in
+/// earnest. What is longer is not kept in memory.
 constexpr std::size_t longestLine = 1 << 20;
 /// Ten times what the fullest machine has registered.
 constexpr std::size_t mostFilters = 100'000;
@@ -66,21 +68,64 @@ std::string filterListText(const DirectXFilterList& list) {
 FilterListReader::State FilterListReader::feed(std::string_view bytes) {
     while (state_ == State::reading && !bytes.empty()) {
         const std::size_t end = bytes.find('\n');
-        pending_ += bytes.substr(0, end);
-        if (pending_.size() > longestLine) {
-            ++lineNumber_;
-            fail("longer than any line can be");
-        } else if (end == std::string_view::npos) {
+        const std::string_view piece = bytes.substr(0, end);
+        const std::size_t room = longestLine - pending_.size();
+        pending_ += piece.substr(0, room);
+        isTooLong_ = isTooLong_ || piece.size() > room;
+        if (end == std::string_view::npos) {
             break;
+        }
+        bytes.remove_prefix(end + 1);
+        ++lineNumber_;
+        const std::string line = std::exchange(pending_, {});
+        if (std::exchange(isTooLong_, false)) {
+            leaveOut(line);
         } else {
-            ++lineNumber_;
-            const std::string line = std::move(pending_);
-            pending_.clear();
             readLine(line);
-            bytes.remove_prefix(end + 1);
         }
     }
     return state_;
+}
+
+void FilterListReader::leaveOut(std::string_view beginning) {
+    // Its texts come last.
+    const std::vector<std::string_view> words = Util::wordsOf(beginning);
+    if (lineNumber_ == 1 || words.size() < 4 || words[0] != "filter" || !list_.problem.isEmpty()) {
+        fail("longer than any line can be");
+        return;
+    }
+    const auto classId = classIdOf(words[1]);
+    if (!classId) {
+        fail("no class identifier where one belongs");
+    } else if (isNext(*classId)) {
+        firstLeftOut_ = leftOut_ == 0 ? *classId : firstLeftOut_;
+        ++leftOut_;
+    }
+}
+
+bool FilterListReader::isNext(const ClassId& classId) {
+    const std::size_t before = list_.filters.size() + leftOut_;
+    if (before != 0 && !(last_ < classId)) {
+        fail("not in the order of class identifiers");
+        return false;
+    }
+    if (before == mostFilters) {
+        fail("more filters than there can be");
+        return false;
+    }
+    last_ = classId;
+    return true;
+}
+
+void FilterListReader::complete() {
+    state_ = State::complete;
+    if (leftOut_ != 0) {
+        const String told = String("Left out of the list of filters, as the texts of its registration are "
+                                   "longer than any can be: %1")
+                                .arg(ClassIdToString(firstLeftOut_));
+        const String further = leftOut_ == 1 ? String("") : String(" and %1 more").arg(leftOut_ - 1);
+        list_.problem = (list_.problem.isEmpty() ? String("") : list_.problem + "; ") + told + further;
+    }
 }
 
 void FilterListReader::readLine(std::string_view line) {
@@ -92,11 +137,11 @@ void FilterListReader::readLine(std::string_view line) {
     }
     const std::vector<std::string_view> words = Util::wordsOf(line);
     if (words[0] == "end" && words.size() == 2) {
-        if (words[1] != std::to_string(list_.filters.size())) {
+        if (words[1] != std::to_string(list_.filters.size() + leftOut_)) {
             fail("another number of filters than came");
-            return;
+        } else {
+            complete();
         }
-        state_ = State::complete;
         return;
     }
     if (!list_.problem.isEmpty()) {
@@ -127,11 +172,7 @@ void FilterListReader::readFilter(const std::vector<std::string_view>& words) {
         fail("an unknown kind of registration");
     } else if (!name || !listedName || !module) {
         fail("no text where one belongs");
-    } else if (!list_.filters.empty() && !(list_.filters.back().classId < *classId)) {
-        fail("not in the order of class identifiers");
-    } else if (list_.filters.size() == mostFilters) {
-        fail("more filters than there can be");
-    } else {
+    } else if (isNext(*classId)) {
         list_.filters.push_back(
             {*classId, String(*name), String(*listedName), registration->registration, String(*module)});
     }

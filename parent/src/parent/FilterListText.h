@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tarvik {
 
@@ -22,7 +23,8 @@ namespace Tarvik {
 std::string filterListText(const DirectXFilterList& list);
 
 /// Reads that text as it comes, in pieces of any size. It believes nothing: filters out of order or twice, an
-/// unknown word, or a count that is not theirs end the reading. [any one thread]
+/// unknown word, or a count that is not theirs end the reading. A filter whose line is longer than a mebibyte
+/// is left out, which is a problem of the list and costs no other filter its place. [any one thread]
 class FilterListReader {
 public:
     enum class State { reading, complete, failed };
@@ -39,13 +41,22 @@ public:
 private:
     void readLine(std::string_view line);
     void readFilter(const std::vector<std::string_view>& words);
+    void leaveOut(std::string_view beginning);
+    /// False after a failure.
+    bool isNext(const ClassId& classId);
+    void complete();
     void fail(const char* what);
 
     State state_ = State::reading;
     DirectXFilterList list_;
     String error_;
-    /// Of a line whose end has not come.
+    /// Of a line whose end has not come, as much as any line may have.
     std::string pending_;
+    bool isTooLong_ = false;
+    std::size_t leftOut_ = 0;
+    ClassId firstLeftOut_{};
+    /// Of the last filter, whether it was left out or not.
+    ClassId last_{};
     std::size_t lineNumber_ = 0;
 };
 
