@@ -44,11 +44,40 @@ String toldIdentifier(const ScanOutcome& outcome) {
     return outcome.unreadIdentifier.isEmpty() ? outcome.identifier.ToString() : outcome.unreadIdentifier;
 }
 
+bool beginsCharacter(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+}
+
+/// How many columns a printable text takes.
+std::size_t columns(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), beginsCharacter));
+}
+
+/// A printable text in so many columns, its end left out where it takes more.
+std::string cut(std::string text, std::size_t mostColumns) {
+    if (columns(text) <= mostColumns) {
+        return text;
+    }
+    std::size_t kept = 0;
+    const auto end = std::find_if(text.begin(), text.end(), [&](char c) {
+        kept += beginsCharacter(c) ? 1U : 0U;
+        return kept == mostColumns;
+    });
+    text.erase(end, text.end());
+    return text + "\xE2\x80\xA6";
+}
+
+// More than names in earnest have, and than a path and the words around it mostly do. The column of names is
+// as wide for all as for the longest.
+constexpr std::size_t mostNameColumns = 64;
+constexpr std::size_t mostDetailColumns = 160;
+
 /// What the table has in its column of names.
 std::string nameCell(const ScanOutcome& outcome) {
     const bool isNamed = !outcome.name.isEmpty() || !outcome.registration.valid;
-    std::string name = printable((isNamed ? outcome.name : outcome.registration.value.name).view());
-    const std::string detail = printable(detailText(outcome));
+    std::string name =
+        cut(printable((isNamed ? outcome.name : outcome.registration.value.name).view()), mostNameColumns);
+    const std::string detail = cut(printable(detailText(outcome)), mostDetailColumns);
     if (detail.empty()) {
         return name;
     }
@@ -95,10 +124,6 @@ std::string tableText(const std::vector<ScanOutcome>& outcomes) {
             {outcomeText(outcome), nameCell(outcome), identifierText(outcome),
              fmt::format("{:.2f}", seconds(outcome))});
     }
-    const auto columns = [](const std::string& text) {
-        return static_cast<std::size_t>(std::count_if(
-            text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-    };
     std::array<std::size_t, 4> widths{};
     for (const Row& row : rows) {
         for (std::size_t i = 0; i < row.size(); ++i) {

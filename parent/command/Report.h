@@ -17,8 +17,9 @@ std::string detailText(const Tarvik::ScanOutcome& outcome);
 
 /// A table of result, name, identifier and seconds, a line each, with a heading; columns as wide as their
 /// contents. The name is the reported one, or else that under which a filter is registered; the detail
-/// follows it in brackets, or stands in its place. Texts of plug-ins are shown with control characters and
-/// ill-formed UTF-8 replaced: they must not steer a terminal.
+/// follows it in brackets, or stands in its place. Of a name of more than 64 characters, and of a detail of
+/// more than 160, the end is left out, so that one long text does not widen every line. Texts of plug-ins are
+/// shown with control characters and ill-formed UTF-8 replaced: they must not steer a terminal.
 std::string tableText(const std::vector<Tarvik::ScanOutcome>& outcomes);
 
 /// The same for machines: an array of objects, UTF-8, with every control character escaped. Members: "asked",

@@ -39,6 +39,31 @@ TEST(Report, Letters_beyond_ascii_take_one_column) {
     EXPECT_NE(table.find("Grau  VST"), std::string::npos);
 }
 
+TEST(Report, A_long_name_loses_its_end_in_the_table_and_widens_no_other_line_further) {
+    const std::string umlaut = "\xC3\xA4";
+    const auto times = [](std::size_t count, const std::string& text) {
+        std::string all;
+        for (std::size_t i = 0; i < count; ++i) {
+            all += text;
+        }
+        return all;
+    };
+    const std::string identifier = "  VST: 'abcd',C:\\p\\a.dll     1.23\n";
+    const auto table = [&](const std::string& name) {
+        return tableText({reported(name.c_str()), reported("Short")});
+    };
+    const std::string heading = "Result  Name" + times(60, " ") + "  Identifier              Seconds\n";
+    const std::string other = "effect  Short" + times(59, " ") + identifier;
+    EXPECT_EQ(table(times(64, umlaut)), heading + "effect  " + times(64, umlaut) + identifier + other);
+    for (const std::size_t length : {65U, 1000U, 1'000'000U}) {
+        EXPECT_EQ(
+            table(times(length, umlaut)),
+            heading + "effect  " + times(63, umlaut) + "\xE2\x80\xA6" + identifier + other)
+            << length;
+    }
+    EXPECT_NE(jsonText({reported(times(1000, umlaut).c_str())}).find(times(1000, umlaut)), std::string::npos);
+}
+
 TEST(Report, A_name_cannot_steer_the_terminal) {
     const std::string table = tableText({reported("a\x1b[2Jb\xC2\x9B\x07")});
     EXPECT_EQ(table.find('\x1b'), std::string::npos);
@@ -138,6 +163,19 @@ TEST(Report, What_a_filters_registration_lacks_stands_beside_its_name_or_in_its_
             "effect  Gain (module missing: C:\\no.dll)       " + identifier +
             "effect  Gain (class without a module)          " + identifier +
             "effect  no name registered; no class registered" + identifier);
+}
+
+TEST(Report, A_long_registration_loses_its_end_in_the_table_and_not_in_json) {
+    ScanOutcome outcome = filter(DirectXFilter::Registration::moduleMissing, "Gain", "");
+    const std::string path = "C:\\" + std::string(1000, 'p') + ".dll";
+    outcome.registration.value.module = String(path);
+    const std::string told = ("module missing: " + path).substr(0, 159) + "\xE2\x80\xA6";
+    EXPECT_NE(tableText({outcome}).find("Gain (" + told + ")  DX: "), std::string::npos)
+        << tableText({outcome});
+    EXPECT_NE(jsonText({outcome}).find(std::string(1000, 'p') + ".dll"), std::string::npos);
+    // A long name does not take the place of what is lacking.
+    outcome.registration.value.name = String(std::string(5000, 'n'));
+    EXPECT_NE(tableText({outcome}).find(std::string(63, 'n') + "\xE2\x80\xA6 (" + told), std::string::npos);
 }
 
 TEST(Report, What_stood_in_the_way_and_what_is_lacking_are_both_told) {
