@@ -28,9 +28,12 @@ enum ExitCode {
     /// Bad command line, or a path that is not there.
     exitUsage = 2,
     /// At least one scanner process did not do its part: not started, not connected, out of protocol; or what
-    /// was asked for cannot be handed to it; or what is registered cannot be told, or not all of it; or the
-    /// output could not be written.
+    /// was asked for cannot be handed to it.
     exitScanner = 3,
+    /// What is registered cannot be told, or not all of it.
+    exitList = 4,
+    /// The output could not be written.
+    exitCommand = 5,
 };
 
 struct Options {
@@ -145,9 +148,9 @@ int scan(const Options& options) {
     writeOutput(options.json ? jsonText(outcomes) : tableText(outcomes));
     if (!registered.problem.isEmpty()) {
         fmt::print(stderr, "tarvik-scan: {}\n", printable(registered.problem.view()));
-        return exitScanner;
     }
-    return exitCode(outcomes);
+    const int code = exitCode(outcomes);
+    return !registered.problem.isEmpty() && code != exitScanner ? exitList : code;
 }
 
 } // namespace
@@ -159,8 +162,9 @@ int main(int count, char** arguments) {
     makeUniform(app);
     app.footer("Exit codes: 0 every plug-in was reported;\n"
                "1 a plug-in crashed, hung, ended or corrupted its process;\n"
-               "2 bad command line or no such path; 3 a scanner process could not do its part,\n"
-               "or the registered filters cannot be listed, or the output could not be written.");
+               "2 bad command line or no such path; 3 a scanner process could not do its part;\n"
+               "4 the registered filters, or some of them, cannot be listed;\n"
+               "5 the output could not be written. Of several 3 counts before 4, and 4 before 1.");
     addPaths(app, "path", options.paths, "VST 2 libraries, and folders that are searched for *.dll");
     app.add_option(
            "--identifier", options.identifiers,
@@ -194,6 +198,6 @@ int main(int count, char** arguments) {
         return scan(options);
     } catch (const std::exception& error) {
         fmt::print(stderr, "tarvik-scan: {}\n", printable(error.what()));
-        return exitScanner;
+        return exitCommand;
     }
 }

@@ -12,8 +12,9 @@
 // The second prints the list of the audio filters that are registered here, in the form of
 // parent/FilterListText.h. It too goes when its input ends.
 //
-// Exit code: 0 after "ended" or the list, 1 for a wrong command line, 2 after "failed", 3 when the input
-// ended, 4 when the scanner's code is not to be had (nothing printed), or the list could not be written.
+// Exit code: 0 after "ended" or the list, 1 for a wrong command line, 2 after "failed", 4 when the scanner's
+// code is not to be had (nothing printed), 5 when the list could not be written, 6 when the input ended.
+// Never 3: with that the runtime library ends a process that aborts.
 
 #include "parent/ChildProcess.h"
 #include "parent/DirectXRegistry_win32.h"
@@ -32,7 +33,14 @@
 
 namespace {
 
-enum ExitCode { exitEnded, exitUsage, exitFailed, exitInputEnded, exitUnknown };
+enum ExitCode {
+    exitEnded = 0,
+    exitUsage = 1,
+    exitFailed = 2,
+    exitUnknown = 4,
+    exitListNotWritten = 5,
+    exitInputEnded = 6,
+};
 
 /// By the system's own calls: a thread that waits in the C library holds a lock that the end of the process
 /// needs.
@@ -57,7 +65,7 @@ int listFilters() {
     // Lines as they are.
     _setmode(_fileno(stdout), _O_BINARY);
     const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    return std::fflush(stdout) == 0 && written ? exitEnded : exitUnknown;
+    return std::fflush(stdout) == 0 && written ? exitEnded : exitListNotWritten;
 }
 
 } // namespace

@@ -48,13 +48,37 @@ class TarvikScan(unittest.TestCase):
         self.assertIn("Reverb", run.stdout)
         self.assertEqual((run.stderr, run.returncode), ("tarvik-scan: no mapper\n", 3))
 
+    def test_A_list_that_fails_has_a_code_of_its_own(self):
+        for end, told in (
+            ("exit 5", "The list of DirectX filters has no end: the launcher ended before"),
+            ("echo 'end 7'", "Line 3 of the list of filters: another number of filters than came"),
+        ):
+            run = self.run_command("--json", "--directx", wine=LIST + end + "\n")
+            self.assertEqual((json.loads(run.stdout), run.stderr), ([], f"tarvik-scan: {told}\n"))
+            self.assertEqual(run.returncode, 4)
+        run = self.run_command(
+            "--directx", wine="#!/bin/sh\necho 'DirectX filters, format 1'; echo 'problem no%20mapper'; echo 'end 0'\n")
+        self.assertEqual((run.stderr, run.returncode), ("tarvik-scan: no mapper\n", 4))
+
+    def test_A_text_that_is_too_long_costs_no_other_filter_its_scan(self):
+        too_long = "printf 'filter 00000000-0000-0000-0000-00000000000%d complete %02000000d - -\n' {} 0\n"
+        run = self.run_command(
+            "--json", "--directx",
+            wine=LIST + too_long.format(2) + "echo 'filter 00000000-0000-0000-0000-000000000003 complete Gain - -'\n"
+            + too_long.format(4) + "echo 'end 4'\n")
+        self.assertEqual([outcome["registeredName"] for outcome in json.loads(run.stdout)], ["Reverb", "Gain"])
+        self.assertEqual(
+            run.stderr,
+            "tarvik-scan: Left out of the list of filters, as the texts of its registration are longer than any can be: "
+            "00000000-0000-0000-0000-000000000002 and 1 more\n")
+
     def test_Output_that_cannot_be_written_is_told(self):
         for arguments in (("--json", "empty"), ("empty",)):
             (self.folder / "empty").mkdir(exist_ok=True)
             with open("/dev/full", "wb") as full:
                 run = self.run_command(*arguments, stdout=full)
             self.assertRegex(run.stderr, "^tarvik-scan: cannot write the output: .+\n$")
-            self.assertEqual(run.returncode, 3)
+            self.assertEqual(run.returncode, 5)
 
     def test_A_folder_in_brackets_is_that_folder(self):
         for name in ("[x,y]", "[x]", "[]", "x"):
