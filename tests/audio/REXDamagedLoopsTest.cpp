@@ -153,6 +153,15 @@ TEST_F(REXDamagedLoopsTest, A_file_larger_than_the_library_can_be_told_is_refuse
     EXPECT_EQ(told(stream.sync()), badFormat("File of 2147483648 bytes, at most 2147483647"));
 }
 
+TEST_F(REXDamagedLoopsTest, Without_the_library_no_file_is_read) {
+    library = std::make_shared<REX::Library>(
+        [](REX::Functions&, std::shared_ptr<Util::Module>&) { return REX::LibraryNotFound; });
+    Stream& stream = rex("");
+    std::filesystem::resize_file(directory.path() / "a.rx2", 0x40000000U);
+    const WithoutMemory none(1U << 20U);
+    EXPECT_EQ(told(stream.sync()), badFormat("Can't create REX handle: the REX library was not found (103)"));
+}
+
 TEST_F(REXDamagedLoopsTest, Numbers_at_random_give_a_loop_or_an_error) {
     std::mt19937 random(20261);
     const std::vector<std::int32_t> numbers{smallest, -1,    0,      1,       2,          3,

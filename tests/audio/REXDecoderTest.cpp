@@ -74,7 +74,7 @@ TEST_F(REXDecoderTest, Destruction_of_an_unsynced_decoder_calls_nothing) {
     EXPECT_EQ(StandIn::TakeCalls(), "");
 }
 
-TEST_F(REXDecoderTest, An_absent_library_is_told_with_its_load_code_and_the_file_is_left_alone) {
+TEST_F(REXDecoderTest, An_absent_library_is_told_with_its_load_code) {
     for (const std::int32_t code : {100, 101, 102, 103, 104, 109}) {
         library = std::make_shared<REX::Library>(
             [code](REX::Functions&, std::shared_ptr<Util::Module>&) { return code; });
