@@ -10,8 +10,8 @@
 namespace Tarvik {
 
 DXSinkPin::DXSinkPin(DXBaseFilter* owningFilter, std::uint32_t bufferedFloats)
-    : CUnknown(name, nullptr), sampleRate(owningFilter->GetSampleRate()),
-      channelLayout(owningFilter->GetChannelLayout()), filter(owningFilter), buffer(bufferedFloats) {}
+    : DXBasePin(name, PINDIR_INPUT, owningFilter), sampleRate(owningFilter->GetSampleRate()),
+      channelLayout(owningFilter->GetChannelLayout()), buffer(bufferedFloats) {}
 
 DXSinkPin::~DXSinkPin() = default;
 
@@ -38,13 +38,10 @@ std::span<const float> DXSinkPin::Received::Floats() const noexcept {
 }
 
 HRESULT STDMETHODCALLTYPE DXSinkPin::NonDelegatingQueryInterface(REFIID iid, void** out) {
-    if (IsEqualIID(iid, IID_IPin)) {
-        return GetInterface(static_cast<IPin*>(this), out);
-    }
     if (IsEqualIID(iid, IID_IMemInputPin)) {
         return GetInterface(static_cast<IMemInputPin*>(this), out);
     }
-    return CUnknown::NonDelegatingQueryInterface(iid, out);
+    return DXBasePin::NonDelegatingQueryInterface(iid, out);
 }
 
 HRESULT STDMETHODCALLTYPE DXSinkPin::Connect(IPin* connector, const AM_MEDIA_TYPE* type) {
@@ -65,44 +62,8 @@ HRESULT STDMETHODCALLTYPE DXSinkPin::ReceiveConnection(IPin* connector, const AM
     return connection.Store(connector, *type);
 }
 
-HRESULT STDMETHODCALLTYPE DXSinkPin::Disconnect() {
-    return connection.Disconnect();
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::ConnectedTo(IPin** out) {
-    return connection.GivePeer(out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::ConnectionMediaType(AM_MEDIA_TYPE* out) {
-    return connection.GiveMediaType(out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::QueryPinInfo(PIN_INFO* out) {
-    return givePinInfo(filter, PINDIR_INPUT, name, out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::QueryDirection(PIN_DIRECTION* out) {
-    if (out == nullptr) {
-        return E_POINTER;
-    }
-    *out = PINDIR_INPUT;
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::QueryId(LPWSTR* out) {
-    return givePinId(name, out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::QueryAccept(const AM_MEDIA_TYPE* type) {
-    return DXMediaType::Accept(type);
-}
-
 HRESULT STDMETHODCALLTYPE DXSinkPin::EnumMediaTypes(IEnumMediaTypes** out) {
     return giveNew<MediaTypeEnumerator>(out, sampleRate, channelLayout);
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::QueryInternalConnections(IPin**, ULONG*) {
-    return E_NOTIMPL;
 }
 
 HRESULT STDMETHODCALLTYPE DXSinkPin::EndOfStream() {
@@ -114,10 +75,6 @@ HRESULT STDMETHODCALLTYPE DXSinkPin::BeginFlush() {
 }
 
 HRESULT STDMETHODCALLTYPE DXSinkPin::EndFlush() {
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE DXSinkPin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) {
     return S_OK;
 }
 

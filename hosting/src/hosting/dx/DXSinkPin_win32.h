@@ -1,7 +1,6 @@
 #pragma once
 
-#include "hosting/dx/CUnknown_win32.h"
-#include "hosting/dx/DXPinConnection_win32.h"
+#include "hosting/dx/DXBasePin_win32.h"
 
 #include <atomic>
 #include <cstddef>
@@ -10,8 +9,6 @@
 #include <vector>
 
 namespace Tarvik {
-
-class DXBaseFilter;
 
 /// The input pin of a sink that keeps what arrives, as floats in the order of their coming, until it is
 /// cleared. The answers are those of IPin and IMemInputPin where nothing else is said. [main] but for Receive
@@ -23,7 +20,7 @@ class DXBaseFilter;
 /// finds nothing then, and a delivery is dropped. It succeeds all the same: filters take a failure for the
 /// end of the stream, and would deliver nothing more until the next start. The flag is taken with acquire and
 /// given back with release order, so that each sees what the one before him wrote.
-class DXSinkPin final : public CUnknown, public IPin, public IMemInputPin {
+class DXSinkPin final : public DXBasePin, public IMemInputPin {
 public:
     /// Its name, and what it is found by.
     static constexpr const char* name = "DXSinkPin";
@@ -32,13 +29,9 @@ public:
     /// thread of its own delivers also while no block comes along, and must not fill the memory.
     static constexpr std::size_t mostKeptFloats = std::size_t{1} << 20;
 
-    /// owningFilter: the one that the pin belongs to, which calls ForgetFilter before it goes.
     /// bufferedFloats: how many may arrive between two Clears before the buffer has to grow.
     DXSinkPin(DXBaseFilter* owningFilter, std::uint32_t bufferedFloats);
     ~DXSinkPin() override;
-
-    /// The filter goes; the pin may live on in the hands of others.
-    void ForgetFilter() noexcept { filter = nullptr; }
 
     /// Forgets what has arrived. False, and nothing done, while a delivery is under way. [audio]
     bool Clear() noexcept;
@@ -73,19 +66,10 @@ public:
     /// The type has to be given. The connector is not called back: it is the one that connects.
     HRESULT STDMETHODCALLTYPE Connect(IPin* connector, const AM_MEDIA_TYPE* type) override;
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* type) override;
-    HRESULT STDMETHODCALLTYPE Disconnect() override;
-    HRESULT STDMETHODCALLTYPE ConnectedTo(IPin** out) override;
-    HRESULT STDMETHODCALLTYPE ConnectionMediaType(AM_MEDIA_TYPE* out) override;
-    HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* out) override;
-    HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* out) override;
-    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* out) override;
-    HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE* type) override;
     HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** out) override;
-    HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin** pins, ULONG* count) override;
     HRESULT STDMETHODCALLTYPE EndOfStream() override;
     HRESULT STDMETHODCALLTYPE BeginFlush() override;
     HRESULT STDMETHODCALLTYPE EndFlush() override;
-    HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override;
 
     /// The platform's own kind of allocator, made when it is first asked for.
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** out) override;
@@ -108,8 +92,6 @@ private:
 
     float sampleRate;
     std::uint32_t channelLayout;
-    DXBaseFilter* filter;
-    DXPinConnection connection;
     /// As long as the longest block needed; the first keptFloats of it have arrived.
     std::vector<float> buffer;
     std::size_t keptFloats = 0;

@@ -6,14 +6,7 @@
 namespace Tarvik {
 
 DXSourcePin::DXSourcePin(DXBaseFilter* owningFilter) noexcept
-    : CUnknown(name, nullptr), filter(owningFilter) {}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::NonDelegatingQueryInterface(REFIID iid, void** out) {
-    if (IsEqualIID(iid, IID_IPin)) {
-        return GetInterface(static_cast<IPin*>(this), out);
-    }
-    return CUnknown::NonDelegatingQueryInterface(iid, out);
-}
+    : DXBasePin(name, PINDIR_OUTPUT, owningFilter) {}
 
 HRESULT STDMETHODCALLTYPE DXSourcePin::Connect(IPin* receiver, const AM_MEDIA_TYPE* type) {
     HRESULT answer = connection.CheckConnect(receiver, type, PINDIR_INPUT);
@@ -37,47 +30,12 @@ HRESULT STDMETHODCALLTYPE DXSourcePin::ReceiveConnection(IPin*, const AM_MEDIA_T
     return E_UNEXPECTED;
 }
 
-HRESULT STDMETHODCALLTYPE DXSourcePin::Disconnect() {
-    return connection.Disconnect();
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::ConnectedTo(IPin** out) {
-    return connection.GivePeer(out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::ConnectionMediaType(AM_MEDIA_TYPE* out) {
-    return connection.GiveMediaType(out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::QueryPinInfo(PIN_INFO* out) {
-    return givePinInfo(filter, PINDIR_OUTPUT, name, out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::QueryDirection(PIN_DIRECTION* out) {
-    if (out == nullptr) {
-        return E_POINTER;
-    }
-    *out = PINDIR_OUTPUT;
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::QueryId(LPWSTR* out) {
-    return givePinId(name, out);
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::QueryAccept(const AM_MEDIA_TYPE* type) {
-    return DXMediaType::Accept(type);
-}
-
 HRESULT STDMETHODCALLTYPE DXSourcePin::EnumMediaTypes(IEnumMediaTypes** out) {
-    if (filter == nullptr) {
+    const DXBaseFilter* owning = GetFilter();
+    if (owning == nullptr) {
         return E_UNEXPECTED;
     }
-    return giveNew<MediaTypeEnumerator>(out, filter->GetSampleRate(), filter->GetChannelLayout());
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::QueryInternalConnections(IPin**, ULONG*) {
-    return E_NOTIMPL;
+    return giveNew<MediaTypeEnumerator>(out, owning->GetSampleRate(), owning->GetChannelLayout());
 }
 
 HRESULT STDMETHODCALLTYPE DXSourcePin::EndOfStream() {
@@ -90,10 +48,6 @@ HRESULT STDMETHODCALLTYPE DXSourcePin::BeginFlush() {
 
 HRESULT STDMETHODCALLTYPE DXSourcePin::EndFlush() {
     return E_UNEXPECTED;
-}
-
-HRESULT STDMETHODCALLTYPE DXSourcePin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) {
-    return S_OK;
 }
 
 } // namespace Tarvik
