@@ -15,6 +15,8 @@ packages=(
   wine wine64 python3 python3-zmq python3-msgpack g++-mingw-w64-i686-posix
   # tests: sound files of other programs
   libsndfile1 sox ffmpeg
+  # tests: what Wine's media library reads MP3 with, and Windows Media files
+  gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-ugly gstreamer1.0-libav
   # benchmarks: peers to measure against, linked into nothing else
   libfftw3-dev libsndfile1-dev
   # the scripts themselves, and a locale with a decimal comma for the tests

@@ -8,6 +8,7 @@
 
 #include "audio/FileModel.h"
 #include "audio/SoundFileBytes.h"
+#include "audio/WithoutMediaLibrary.h"
 #include "svbase/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -290,6 +291,7 @@ protected:
     }
 
     TemporaryDirectory directory;
+    WithoutMediaLibrary alone;
 };
 
 TEST_F(DamagedFilesTest, The_valid_files_are_valid) {

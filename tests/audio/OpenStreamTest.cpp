@@ -1,6 +1,7 @@
 #include "audio/decode/OpenStream.h"
 
 #include "audio/SoundFileBytes.h"
+#include "audio/WithoutMediaLibrary.h"
 #include "audio/decode/PlatformDecoders.h"
 #include "svbase/TemporaryDirectory.h"
 
@@ -34,6 +35,7 @@ protected:
     }
 
     TemporaryDirectory directory;
+    WithoutMediaLibrary alone;
 };
 
 TEST_F(OpenStreamTest, An_unreadable_path_yields_no_type) {
@@ -93,9 +95,10 @@ TEST_F(OpenStreamTest, A_dot_in_the_name_of_a_folder_makes_no_extension) {
     EXPECT_EQ(detect(nothingKnown, u8"songs.wav/song.aif"), "3");
 }
 
-TEST_F(OpenStreamTest, Names_of_the_media_library_count_where_there_is_one) {
+TEST_F(OpenStreamTest, Names_of_the_media_library_do_not_count_where_there_is_none) {
+    ASSERT_FALSE(PlatformDecoders::HasMediaLibrary());
     for (const char8_t* name : {u8"a.wma", u8"a.MP3", u8"a.wmv", u8"a.asf"}) {
-        EXPECT_EQ(detect(nothingKnown, name), PlatformDecoders::HasMediaLibrary() ? "1 compressed" : "false");
+        EXPECT_EQ(detect(nothingKnown, name), "false");
     }
 }
 

@@ -1,0 +1,6 @@
+#include "audio/WithoutMediaLibrary.h"
+
+struct WithoutMediaLibrary::Hidden {};
+
+WithoutMediaLibrary::WithoutMediaLibrary() = default;
+WithoutMediaLibrary::~WithoutMediaLibrary() = default;
