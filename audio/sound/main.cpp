@@ -1,5 +1,6 @@
 // tarvik-sound: sound files in, what is in them out.
 
+#include "audio/sound/PrepareThread.h"
 #include "audio/sound/ReadSound.h"
 #include "audio/sound/ReportText.h"
 #include "command/Arguments.h"
@@ -105,7 +106,10 @@ int main(int count, char** arguments) {
         "Peak and RMS have 1 for full scale; what is no finite number is left out of them and counted.\n"
         "Exit codes: 0 every file was read to its end; 1 a file could not be read, or not wholly;\n"
         "2 bad command line; 3 the output could not be written.");
-    addPaths(app, "file", options.paths, "Sound files: WAV, RF64, AIFF, AIFC")->required();
+    addPaths(
+        app, "file", options.paths,
+        "Sound files: WAV, RF64, AIFF, AIFC; on Windows also REX, and what the media library reads")
+        ->required();
     app.add_option("--head", options.headFrames, "Print the samples of so many of the first frames")
         ->check(CLI::Range(mostHeadFrames))
         ->capture_default_str();
@@ -116,6 +120,7 @@ int main(int count, char** arguments) {
         return app.exit(error) == 0 ? exitRead : exitUsage;
     }
     try {
+        Audio::Sound::prepareThread();
         return tellAll(options);
     } catch (const std::exception& error) {
         fmt::print(stderr, "tarvik-sound: {}\n", printable(error.what()));

@@ -17,6 +17,7 @@ struct ReadOptions {
 
 /// Reads the whole file. Memory grows with the head and with the metadata, and not with the samples. Whatever
 /// fails is told in the report.
+/// [a thread that prepareThread has seen]
 SoundReport readSound(const String& path, const ReadOptions& options);
 
 } // namespace Audio::Sound

@@ -38,7 +38,8 @@ struct SoundReport {
     std::vector<Decode::CueText> notes;
     std::vector<Decode::ApplicationChunk> applications;
 
-    /// How many frames the levels are of: fewer than `frames` where reading ended early.
+    /// How many frames the levels are of: fewer than `frames` where reading ended early, or more where the
+    /// header's length was only an estimate, as it is of media files.
     std::uint64_t framesRead = 0;
     /// One for each channel; empty where no sample could be read.
     std::vector<Levels> levels;

@@ -1,0 +1,7 @@
+#include "audio/sound/PrepareThread.h"
+
+namespace Audio::Sound {
+
+void prepareThread() {}
+
+} // namespace Audio::Sound
