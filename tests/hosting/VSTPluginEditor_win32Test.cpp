@@ -395,22 +395,21 @@ TEST(VSTPluginEditorWindow, An_effect_that_closes_the_editor_while_it_closes_cha
     }
 }
 
-TEST(VSTPluginEditorWindow, An_editor_that_closes_is_idle_no_more) {
+TEST(VSTPluginEditorWindow, Until_the_effect_has_closed_its_editor_the_editor_is_open) {
     ParentWindow parent;
     EditorEffect effect;
     const auto plugin = HostEffect(effect);
-    plugin->SetEditorResizeCallback([](void*, std::uint32_t, std::uint32_t) {}, nullptr);
     VstIntPtr answer = -1;
     effect.answers[effEditClose] = [&](const FakeEffect::Call&) {
         answer = effect.AskHost(audioMasterIdle);
-        effect.rectangle.right = 600;
-        plugin->Idle();
+        EXPECT_TRUE(plugin->IsEditorOpen());
         return VstIntPtr{0};
     };
     ASSERT_TRUE(plugin->OpenEditor(parent.Get(), 0, 0));
     plugin->CloseEditor();
     EXPECT_EQ(answer, 0);
-    EXPECT_TRUE(effect.CallsOf(effEditIdle).empty());
+    EXPECT_EQ(effect.CallsOf(effEditIdle).size(), 1u);
+    EXPECT_FALSE(plugin->IsEditorOpen());
 }
 
 TEST(VSTPluginEditorWindow, Messages_go_to_the_systems_default) {

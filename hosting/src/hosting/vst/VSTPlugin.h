@@ -137,8 +137,7 @@ private:
 
     /// Leaves behind what it made when it fails or throws.
     bool OpenEditorWindow(NativeWindow parent, std::int32_t x, std::int32_t y);
-    /// Gives the window to whoever destroys it, null for none.
-    NativeWindow ForgetEditorWindow();
+    void DestroyEditorWindow();
 
     void GrowBuffers(std::uint32_t channels, std::uint32_t frames);
     float* InternalChannel(std::uint32_t channel);
@@ -169,6 +168,8 @@ private:
     /// thread.
     std::atomic<NativeWindow> editorParent = nullptr;
     NativeWindow editorWindow = nullptr;
+    /// While CloseEditor does its work.
+    bool isEditorClosing = false;
     /// For a debugger's eyes.
     bool destructing = false;
     checked_value<std::uint32_t> editorWidth;

@@ -63,9 +63,7 @@ bool VSTPlugin::OpenEditor(NativeWindow parent, std::int32_t x, std::int32_t y) 
     } catch (...) { // NOLINT(bugprone-empty-catch)
         // An effect that throws does not open either.
     }
-    if (const NativeWindow going = ForgetEditorWindow(); going != nullptr) {
-        VSTEditorWindow::Destroy(going);
-    }
+    DestroyEditorWindow();
     return false;
 }
 
@@ -84,21 +82,24 @@ bool VSTPlugin::OpenEditorWindow(NativeWindow parent, std::int32_t x, std::int32
 }
 
 void VSTPlugin::CloseEditor() {
-    if (!IsEditorOpen()) {
+    // The effect may call back while it closes, and the parent window is told that its child goes. Whoever
+    // closes the editor in answer to that finds it closing.
+    if (!IsEditorOpen() || std::exchange(isEditorClosing, true)) {
         return;
     }
-    // Closed before anything goes: the effect may call back while it closes, and the parent window is told
-    // that its child goes. Whoever closes the editor in answer to that must find nothing left to do.
-    editorParent.store(nullptr, std::memory_order_release);
-    const NativeWindow going = ForgetEditorWindow();
     DispatchQuietly(effEditClose);
-    VSTEditorWindow::Destroy(going);
+    DestroyEditorWindow();
+    editorParent.store(nullptr, std::memory_order_release);
+    isEditorClosing = false;
 }
 
-NativeWindow VSTPlugin::ForgetEditorWindow() {
+void VSTPlugin::DestroyEditorWindow() {
     editorWidth = {};
     editorHeight = {};
-    return std::exchange(editorWindow, nullptr);
+    if (editorWindow != nullptr) {
+        VSTEditorWindow::Destroy(editorWindow);
+        editorWindow = nullptr;
+    }
 }
 
 bool VSTPlugin::HasEditorResizeCallback() const {
