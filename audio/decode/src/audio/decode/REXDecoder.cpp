@@ -8,8 +8,6 @@
 #include <bit>
 #include <cstring>
 #include <limits>
-#include <new>
-#include <stdexcept>
 #include <utility>
 
 namespace Audio::Decode::REX {
@@ -37,24 +35,14 @@ void toInt16(const float* source, std::size_t count, std::int16_t* destination) 
 } // namespace
 
 Decoder::Decoder(String path, std::shared_ptr<Library> library)
-    : file_(std::move(path)), library_(std::move(library)), handle_(nullptr, DeleteLoop{library_.get()}) {}
-
-BadFormatError Decoder::bad(const char* format) const {
-    return {BadFormatError::General, format, file_.path()};
-}
+    : SyncedStream(path), file_(std::move(path)), library_(std::move(library)),
+      handle_(nullptr, DeleteLoop{library_.get()}) {}
 
 Result Decoder::sync() {
     if (synced_) {
         return {};
     }
-    Result parsed;
-    try {
-        parsed = parse();
-    } catch (const std::bad_alloc&) {
-        parsed = unexpected(Error(bad("Not enough memory for what the file holds")));
-    } catch (const std::length_error&) {
-        parsed = unexpected(Error(bad("Not enough memory for what the file holds")));
-    }
+    Result parsed = withinMemory([this] { return parse(); });
     static_cast<void>(file_.close());
     if (!parsed) {
         clear();
@@ -64,8 +52,7 @@ Result Decoder::sync() {
 }
 
 void Decoder::clear() {
-    format_ = {};
-    totalFrames_ = 0;
+    clearStream();
     slicePositions_.clear();
     sliceLengths_.clear();
     rendered_.clear();
@@ -223,20 +210,6 @@ Result Decoder::render(const Info& info) {
             }
         }
     }
-    return {};
-}
-
-Result Decoder::seek(std::uint64_t frame) {
-    if (frame == position_) {
-        return {};
-    }
-    if (!synced_) {
-        return unexpected(bad("Seek to %1 when not sync'd").arg(frame));
-    }
-    if (frame > totalFrames_) {
-        return unexpected(bad("Seek to %1, total sample frames %2").arg(frame).arg(totalFrames_));
-    }
-    position_ = frame;
     return {};
 }
 

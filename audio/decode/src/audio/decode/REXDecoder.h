@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/decode/REXLibrary.h"
-#include "audio/decode/Stream.h"
+#include "audio/decode/SyncedStream.h"
 
 #include "svbase/util/File.h"
 #include "svbase/util/String.h"
@@ -16,7 +16,7 @@ namespace Audio::Decode::REX {
 /// Reads REX loops through their vendor's library: sync renders all slices, each mixed in where it begins at
 /// the loop's original tempo, into floats that are read from then on. The loop ends where its last slice
 /// does; what an earlier slice has beyond that is cut.
-class Decoder final : public Stream {
+class Decoder final : public SyncedStream {
 public:
     /// Longest loop, and most that its slices may have together: a damaged file must not ask for more memory
     /// and time than a machine has. 25 minutes at 44.1 kHz.
@@ -34,12 +34,7 @@ public:
     /// "Invalid slice %1 info", "Slice %1 has changed". The file's own; "Not enough memory for what the file
     /// holds".
     Result sync() override;
-    const Format& format() const override { return format_; }
-    std::uint64_t totalFrames() const override { return totalFrames_; }
     bool isTruncated() const override { return false; }
-    std::uint64_t position() const override { return position_; }
-    std::uint64_t framesRemaining() const override { return totalFrames_ - position_; }
-    Result seek(std::uint64_t frame) override;
 
     using Stream::ReadFloatInterleaved;
     Result ReadFloatInterleaved(std::uint64_t count, float* buffer, std::uint64_t& framesRead) override;
@@ -62,7 +57,6 @@ private:
         std::uint64_t frames = 0;
     };
 
-    BadFormatError bad(const char* format) const;
     Result parse();
     Result readFile(std::vector<std::uint8_t>& bytes);
     Result createHandle(const std::vector<std::uint8_t>& bytes);
@@ -82,10 +76,6 @@ private:
 
     Util::File file_;
     const std::shared_ptr<Library> library_;
-    Format format_;
-    bool synced_ = false;
-    std::uint64_t totalFrames_ = 0;
-    std::uint64_t position_ = 0;
     /// In frames.
     std::vector<std::uint64_t> slicePositions_;
     std::vector<std::uint64_t> sliceLengths_;

@@ -16,7 +16,7 @@ Result failed(const Util::File::Error& error) {
 } // namespace
 
 SampleFileDecoder::SampleFileDecoder(String path, const char* floatRefusal, const char* int16Refusal)
-    : file_(std::move(path)), floatRefusal_(floatRefusal), int16Refusal_(int16Refusal) {}
+    : InterleavedDecoder(path, floatRefusal, int16Refusal), file_(std::move(path)) {}
 
 Result SampleFileDecoder::sync() {
     if (synced_) {
@@ -39,23 +39,17 @@ Result SampleFileDecoder::sync() {
 }
 
 void SampleFileDecoder::clear() {
+    clearStream();
     file_.close();
     truncated_ = false;
-    format_ = {};
-    totalFrames_ = 0;
     dataStart_ = {};
     dataSize_ = {};
     bigEndian_ = false;
-    position_ = 0;
     encoding_ = {};
     otherChunks_.clear();
     diagnostics_.clear();
     leavesOut_ = false;
     forget();
-}
-
-BadFormatError SampleFileDecoder::bad(const char* format, std::uint32_t code) const {
-    return {code, format, file_.path()};
 }
 
 const std::uint8_t* SampleFileDecoder::bytesAt(std::uint64_t position, std::uint64_t count, Result& result) {
@@ -77,10 +71,6 @@ Result SampleFileDecoder::readAt(std::uint64_t position, void* buffer, std::size
 
 checked_value<ChunkRecord> SampleFileDecoder::chunk(std::size_t index) const {
     return index < otherChunks_.size() ? otherChunks_[index] : checked_value<ChunkRecord>();
-}
-
-std::uint64_t SampleFileDecoder::frameBytes() const {
-    return std::uint64_t{format_.channels} * format_.bytesPerSample;
 }
 
 checked_value<SampleEncoding> SampleFileDecoder::encoding() const {
@@ -111,37 +101,14 @@ std::uint64_t SampleFileDecoder::filePosition(std::uint64_t frame) const {
     return bytes != 0 && frame > (most - start) / bytes ? most : start + frame * bytes;
 }
 
-Result SampleFileDecoder::seek(std::uint64_t frame) {
-    if (frame == position_) {
-        return {};
-    }
-    if (!synced_) {
-        return unexpected(bad("Seek to %1 when not sync'd").arg(frame));
-    }
-    if (frame > totalFrames_) {
-        return unexpected(bad("Seek to %1, total sample frames %2").arg(frame).arg(totalFrames_));
-    }
-    position_ = frame;
-    if (const auto moved = file_.seek(filePosition(frame)); !moved) {
-        return failed(moved.error());
+Result SampleFileDecoder::moved(std::uint64_t frame) {
+    if (const auto sought = file_.seek(filePosition(frame)); !sought) {
+        return failed(sought.error());
     }
     return {};
 }
 
-Result SampleFileDecoder::begin(const char* operation, const char* refusal, std::uint64_t& count) const {
-    if (!synced_) {
-        return unexpected(bad(operation).arg(count));
-    }
-    const std::uint64_t asked = count;
-    count = std::min(count, framesRemaining());
-    if (count != 0 && refusal != nullptr && !encoding_) {
-        return unexpected(bad(refusal).arg(asked));
-    }
-    return {};
-}
-
-template<class Take>
-Result SampleFileDecoder::takeFrames(std::uint64_t count, std::uint64_t& framesRead, Take take) {
+Result SampleFileDecoder::takeFrames(std::uint64_t count, std::uint64_t& framesRead, FrameSink& sink) {
     const std::uint64_t bytesPerFrame = frameBytes();
     while (framesRead < count) {
         const std::uint64_t left = count - framesRead;
@@ -150,61 +117,11 @@ Result SampleFileDecoder::takeFrames(std::uint64_t count, std::uint64_t& framesR
             return failed(bytes.error());
         }
         const std::uint64_t frames = std::min<std::uint64_t>(bytes->size() / bytesPerFrame, left);
-        take(bytes->data(), static_cast<std::size_t>(frames), static_cast<std::size_t>(framesRead));
+        sink.take(bytes->data(), static_cast<std::size_t>(frames), static_cast<std::size_t>(framesRead));
         framesRead += frames;
         position_ += frames;
     }
     return {};
-}
-
-Result
-SampleFileDecoder::ReadFloatInterleaved(std::uint64_t count, float* buffer, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadFloatInterleaved %1 when not sync'd", floatRefusal_, count); !begun) {
-        return begun;
-    }
-    const std::size_t channels = format_.channels;
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Convert(encoding_.value, bytes, frames * channels, buffer + done * channels);
-        });
-}
-
-Result SampleFileDecoder::ReadFloatDeinterleaved(
-    std::uint64_t count, float* const* channels, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadFloatDeinterleaved %1 when not sync'd", floatRefusal_, count); !begun) {
-        return begun;
-    }
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Deinterleave(encoding_.value, bytes, frames, format_.channels, channels, done);
-        });
-}
-
-Result SampleFileDecoder::ReadInt16Deinterleaved(
-    std::uint64_t count, std::int16_t* const* channels, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadInt16Deinterleaved %1 when not sync'd", int16Refusal_, count); !begun) {
-        return begun;
-    }
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Deinterleave(encoding_.value, bytes, frames, format_.channels, channels, done);
-        });
-}
-
-Result SampleFileDecoder::ReadInt16Interleaved(
-    std::uint64_t count, std::int16_t* buffer, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadInt16Interleaved %1 when not sync'd", int16Refusal_, count); !begun) {
-        return begun;
-    }
-    const std::size_t channels = format_.channels;
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Convert(encoding_.value, bytes, frames * channels, buffer + done * channels);
-        });
 }
 
 Result SampleFileDecoder::ReadRawInterleaved(std::uint64_t count, void* buffer, std::uint64_t& framesRead) {

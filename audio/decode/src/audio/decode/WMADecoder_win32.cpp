@@ -47,7 +47,7 @@ checked_value<SampleEncoding> encodingOf(const Format& format) {
 
 } // namespace
 
-Decoder::Decoder(String path) : path_(std::move(path)) {}
+Decoder::Decoder(String path) : InterleavedDecoder(std::move(path), floatRefusal, int16Refusal) {}
 
 Decoder::~Decoder() {
     clear();
@@ -59,22 +59,15 @@ void Decoder::clear() {
         reader_.reset();
     }
     library_.reset();
-    synced_ = false;
-    format_ = {};
+    clearStream();
     encoding_ = {};
-    totalFrames_ = 0;
     totalExceeded_ = false;
     outputNumber_ = 0;
     streamNumber_ = 0;
-    position_ = 0;
     soughtTime_ = {};
     ended_ = false;
     bufferStart_ = 0;
     bufferEnd_ = 0;
-}
-
-BadFormatError Decoder::bad(const char* format) const {
-    return {BadFormatError::General, format, path_};
 }
 
 Result Decoder::failed(const char* format, HRESULT answer) const {
@@ -143,7 +136,7 @@ Result Decoder::openReader() {
     if (FAILED(created)) {
         return failed("Unable to create reader. 0x%1", created);
     }
-    if (const HRESULT answer = reader_->Open(widePath(path_).c_str()); FAILED(answer)) {
+    if (const HRESULT answer = reader_->Open(widePath(path()).c_str()); FAILED(answer)) {
         return failed("Unable to open file. 0x%1", answer);
     }
     return {};
@@ -240,17 +233,7 @@ std::uint64_t Decoder::timeOf(std::uint64_t frame) const {
     return scaled(frame, timeUnitsPerSecond, format_.sampleRate);
 }
 
-Result Decoder::seek(std::uint64_t frame) {
-    if (frame == position_) {
-        return {};
-    }
-    if (!synced_) {
-        return unexpected(Error(bad("Seek to %1 when not sync'd").arg(frame)));
-    }
-    if (frame > totalFrames_) {
-        return unexpected(Error(bad("Seek to %1, total sample frames %2").arg(frame).arg(totalFrames_)));
-    }
-    position_ = frame;
+Result Decoder::moved(std::uint64_t frame) {
     soughtTime_ = timeOf(frame);
     return {};
 }
@@ -315,18 +298,7 @@ HRESULT Decoder::fill() {
     return S_OK;
 }
 
-Result Decoder::begin(const char* operation, const char* refusal, std::uint64_t count) const {
-    if (!synced_) {
-        return unexpected(Error(bad(operation).arg(count)));
-    }
-    if (count != 0 && refusal != nullptr && !encoding_) {
-        return unexpected(Error(bad(refusal).arg(count)));
-    }
-    return {};
-}
-
-template<class Take>
-Result Decoder::takeFrames(std::uint64_t count, std::uint64_t& framesRead, Take take) {
+Result Decoder::takeFrames(std::uint64_t count, std::uint64_t& framesRead, FrameSink& sink) {
     HRESULT answer = S_OK;
     while (framesRead < count) {
         answer = fill();
@@ -335,10 +307,10 @@ Result Decoder::takeFrames(std::uint64_t count, std::uint64_t& framesRead, Take 
         if (frames == 0) {
             break;
         }
-        take(
+        sink.take(
             sampleBuffer_.data() + bufferStart_, static_cast<std::size_t>(frames),
             static_cast<std::size_t>(framesRead));
-        bufferStart_ += static_cast<std::size_t>(frames) * frameBytes();
+        bufferStart_ += static_cast<std::size_t>(frames * frameBytes());
         framesRead += frames;
     }
     position_ += framesRead;
@@ -352,66 +324,6 @@ Result Decoder::takeFrames(std::uint64_t count, std::uint64_t& framesRead, Take 
         return failed(bufferFailure, answer);
     }
     return {};
-}
-
-Result Decoder::ReadFloatInterleaved(std::uint64_t count, float* buffer, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadFloatInterleaved %1 when not sync'd", floatRefusal, count); !begun) {
-        return begun;
-    }
-    const std::size_t channels = format_.channels;
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Convert(encoding_.value, bytes, frames * channels, buffer + done * channels);
-        });
-}
-
-Result
-Decoder::ReadFloatDeinterleaved(std::uint64_t count, float* const* channels, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadFloatDeinterleaved %1 when not sync'd", floatRefusal, count); !begun) {
-        return begun;
-    }
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Deinterleave(encoding_.value, bytes, frames, format_.channels, channels, done);
-        });
-}
-
-Result Decoder::ReadInt16Deinterleaved(
-    std::uint64_t count, std::int16_t* const* channels, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadInt16Deinterleaved %1 when not sync'd", int16Refusal, count); !begun) {
-        return begun;
-    }
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Deinterleave(encoding_.value, bytes, frames, format_.channels, channels, done);
-        });
-}
-
-Result Decoder::ReadInt16Interleaved(std::uint64_t count, std::int16_t* buffer, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadInt16Interleaved %1 when not sync'd", int16Refusal, count); !begun) {
-        return begun;
-    }
-    const std::size_t channels = format_.channels;
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            Convert(encoding_.value, bytes, frames * channels, buffer + done * channels);
-        });
-}
-
-Result Decoder::ReadRawInterleaved(std::uint64_t count, void* buffer, std::uint64_t& framesRead) {
-    framesRead = 0;
-    if (Result begun = begin("ReadRawInterleaved %1 when not sync'd", nullptr, count); !begun) {
-        return begun;
-    }
-    return takeFrames(
-        count, framesRead, [&](const std::uint8_t* bytes, std::size_t frames, std::size_t done) {
-            std::memcpy(
-                static_cast<std::uint8_t*>(buffer) + done * frameBytes(), bytes, frames * frameBytes());
-        });
 }
 
 } // namespace Audio::Decode::WMA
