@@ -341,6 +341,14 @@ TEST_F(MediaFilesTest, The_system_has_one_library_for_all_decoders) {
     EXPECT_NE(library->entryPoints().createSyncReader, nullptr);
 }
 
+TEST_F(MediaFilesTest, The_library_is_asked_what_a_file_is_only_where_it_survives_that) {
+    const bool isWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+    const auto library = WMA::MediaLibrary::system();
+    EXPECT_EQ(library->entryPoints().validateData == nullptr, isWine);
+    const std::vector<std::uint8_t> noSound(100, 'x');
+    EXPECT_FALSE(library->IsMediaData(noSound));
+}
+
 TEST_F(MediaFilesTest, What_the_library_cannot_open_is_told_with_its_code) {
     const TemporaryDirectory directory;
     WMA::Decoder missing(directory / u8"missing.mp3");

@@ -84,6 +84,11 @@ TEST_F(OpenMediaStreamTest, A_stream_of_its_kinds_is_read_through_it) {
         EXPECT_EQ(stream->fileType(), 1U);
         EXPECT_EQ(stream->totalFrames(), 0U);
         ASSERT_EQ(told(stream->sync()), "success");
+        library.offset = 0;
+        std::string samples(400, '\0');
+        std::uint64_t framesRead = 0;
+        ASSERT_EQ(told(stream->ReadRawInterleaved(100, samples.data(), framesRead)), "success");
+        EXPECT_EQ(samples, library.bytes);
     }
     const auto stream = openStream(directory.file(u8"song.mp3", nothingKnown));
     ASSERT_NE(stream, nullptr);

@@ -71,6 +71,21 @@ TEST_F(WMADecoderTest, Samples_come_in_order_however_they_are_delivered_and_aske
     }
 }
 
+TEST_F(SyncedWMADecoderTest, A_library_that_delivers_nothing_for_ever_ends_the_read) {
+    library.deliveries = {0};
+    std::vector<char> buffer(library.bytes.size());
+    std::uint64_t got = 99;
+    EXPECT_EQ(
+        told(decoder.ReadRawInterleaved(1, buffer.data(), got)),
+        badFormat("Unable to read buffer. 0x80004005"));
+    EXPECT_EQ(got, 0U);
+    EXPECT_EQ(library.sampleReferences(), 0);
+    library.deliveries = {1024};
+    EXPECT_EQ(told(decoder.ReadRawInterleaved(1, buffer.data(), got)), "success");
+    EXPECT_EQ(got, 1U);
+    EXPECT_EQ(std::string(buffer.data(), 4), library.bytes.substr(0, 4));
+}
+
 TEST_F(SyncedWMADecoderTest, No_more_is_asked_of_the_library_than_the_read_needs) {
     // 1024 bytes are 256 frames.
     std::vector<char> buffer(library.bytes.size());

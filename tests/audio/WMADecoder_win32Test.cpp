@@ -222,6 +222,8 @@ TEST_F(WMADecoderTest, The_first_output_that_is_audio_is_read) {
     ASSERT_EQ(told(decoder.sync()), "success");
     EXPECT_EQ(decoder.format(), (Format{1, 3, 8000, 0, 0}));
     EXPECT_EQ(library.callsOf("GetOutputProps 2"), 0U);
+    // Its channels too are to come as they are.
+    EXPECT_EQ(library.callsOf("SetOutputSetting 1"), 2U);
     EXPECT_EQ(library.callsOf("GetStreamNumberForOutput 1"), 1U);
     EXPECT_EQ(library.callsOf("SetReadStreamSamples 5"), 1U);
     EXPECT_EQ(library.callsOf("SetOutputProps 1"), 1U);
@@ -253,6 +255,10 @@ TEST_F(WMADecoderTest, The_first_format_of_integers_is_chosen) {
     empty.wave.clear();
     auto cut = good;
     cut.wave.resize(15);
+    // 24 bits, each in a room of 32.
+    auto roomy = good;
+    roomy.wave = waveFormat(2, 24, 44100);
+    roomy.wave.replace(12, 2, SoundFile::little(8, 2));
     auto second = good;
     second.wave = waveFormat(6, 24, 48000);
     library.outputs[0].formats = {
@@ -264,12 +270,13 @@ TEST_F(WMADecoderTest, The_first_format_of_integers_is_chosen) {
         {.wave = waveFormat(0, 16, 44100)},
         {.wave = waveFormat(2, 0, 44100)},
         {.wave = waveFormat(2, 16, 0)},
+        roomy,
         second,
         good};
     Decoder decoder(path);
     ASSERT_EQ(told(decoder.sync()), "success");
     EXPECT_EQ(decoder.format(), (Format{6, 3, 48000, 0, 0}));
-    EXPECT_EQ(library.callsOf("GetOutputFormat 0 9"), 0U);
+    EXPECT_EQ(library.callsOf("GetOutputFormat 0 10"), 0U);
     EXPECT_EQ(library.calls.back(), "SetOutputProps 0 format");
     EXPECT_EQ(library.references(), 1);
 }

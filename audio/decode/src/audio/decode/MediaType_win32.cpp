@@ -52,7 +52,10 @@ checked_value<Format> MediaType::PcmFormat() const {
     if (wave.wFormatTag == WAVE_FORMAT_EXTENSIBLE && type.cbFormat >= extensibleBytes) {
         std::memcpy(&format.channelMask, type.pbFormat + channelMaskOffset, sizeof format.channelMask);
     }
-    const bool isSound = format.channels != 0 && format.bytesPerSample != 0 && format.sampleRate != 0;
+    // Frames of another size would be samples with a room of their own, which the fields beside it do not
+    // tell.
+    const bool isSound = format.channels != 0 && format.bytesPerSample != 0 && format.sampleRate != 0 &&
+                         wave.nBlockAlign == format.channels * format.bytesPerSample;
     return isSound ? format : checked_value<Format>();
 }
 

@@ -22,6 +22,9 @@ constexpr std::uint64_t framesPastTotal = 1024;
 /// More than what the library delivers at a time of the usual formats, so that later reads find room.
 constexpr std::size_t firstBufferBytes = std::size_t{1} << 16U;
 
+/// A library that goes on delivering nothing would keep a read from ever ending.
+constexpr unsigned mostEmptySamples = 1000;
+
 /// value * factor / divisor without its product, which may not fit.
 std::uint64_t scaled(std::uint64_t value, std::uint64_t factor, std::uint64_t divisor) {
     return value / divisor * factor + value % divisor * factor / divisor;
@@ -91,18 +94,12 @@ Result Decoder::open() {
     if (Result opened = openReader(); !opened) {
         return opened;
     }
-    // So that more than two channels come as they are. Whether the library does is in the formats that it
-    // offers then: to refuse is no failure.
-    const BOOL discrete = TRUE;
-    reader_->SetOutputSetting(
-        outputNumber_, discreteOutputSetting, WMT_TYPE_BOOL, reinterpret_cast<const BYTE*>(&discrete),
-        sizeof discrete);
-    const DWORD speakers = 0;
-    reader_->SetOutputSetting(
-        outputNumber_, speakerConfigSetting, WMT_TYPE_DWORD, reinterpret_cast<const BYTE*>(&speakers),
-        sizeof speakers);
+    keepChannelsApart();
     if (Result found = findOutput(); !found) {
         return found;
+    }
+    if (outputNumber_ != 0) {
+        keepChannelsApart();
     }
     if (const HRESULT answer = reader_->GetStreamNumberForOutput(outputNumber_, &streamNumber_);
         FAILED(answer)) {
@@ -120,6 +117,19 @@ Result Decoder::open() {
     }
     totalFrames_ = scaled(duration, format_.sampleRate, timeUnitsPerSecond);
     return {};
+}
+
+/// So that more than two channels come as they are. Whether the library does is in the formats that it offers
+/// then: to refuse is no failure.
+void Decoder::keepChannelsApart() {
+    const BOOL discrete = TRUE;
+    reader_->SetOutputSetting(
+        outputNumber_, discreteOutputSetting, WMT_TYPE_BOOL, reinterpret_cast<const BYTE*>(&discrete),
+        sizeof discrete);
+    const DWORD speakers = 0;
+    reader_->SetOutputSetting(
+        outputNumber_, speakerConfigSetting, WMT_TYPE_DWORD, reinterpret_cast<const BYTE*>(&speakers),
+        sizeof speakers);
 }
 
 Result Decoder::openReader() {
@@ -290,9 +300,15 @@ HRESULT Decoder::fill() {
         bufferStart_ = 0;
         bufferEnd_ = 0;
     }
+    unsigned emptySamples = 0;
     while (bufferedBytes() < frameBytes() && !ended_) {
+        const std::size_t before = bufferedBytes();
         if (const HRESULT answer = appendSample(); FAILED(answer)) {
             return answer;
+        }
+        emptySamples = bufferedBytes() == before ? emptySamples + 1 : 0;
+        if (emptySamples == mostEmptySamples) {
+            return E_FAIL;
         }
     }
     return S_OK;

@@ -41,6 +41,7 @@ private:
     void clear();
     Result open();
     Result openReader();
+    void keepChannelsApart();
     Result findOutput();
     Result readDuration(std::uint64_t& duration);
     Result chooseFormat();
