@@ -133,13 +133,13 @@ protected:
             ASSERT_EQ(stream.totalFrames(), expected.frames);
             ASSERT_EQ(stream.isTruncated(), expected.isTruncated);
             ASSERT_EQ(chunksOf(stream), expected.otherChunks);
-            ASSERT_EQ(diagnosticsOf(stream), expected.diagnostics);
             checkRawBytes(stream, bytes, expected);
         } else {
             ASSERT_EQ(stream.totalFrames(), 0U);
             ASSERT_EQ(stream.format(), Audio::Decode::Format());
             ASSERT_EQ(stream.chunkCount(), 0U);
         }
+        ASSERT_EQ(diagnosticsOf(stream), expected.diagnostics);
         exercise(stream);
     }
 

@@ -27,7 +27,10 @@ Result SampleFileDecoder::sync() {
         return failed(opened.error());
     }
     if (Result parsed = withinMemory([this] { return parse(); }); !parsed) {
+        // What was odd may be why it failed.
+        std::vector<String> odd = std::move(diagnostics_);
         clear();
+        diagnostics_ = std::move(odd);
         return parsed;
     }
     encoding_ = encoding();

@@ -108,7 +108,7 @@ public:
     virtual std::vector<ApplicationChunk> applicationChunks() const;
     /// All invalid where the file does not tell of a loop.
     virtual LoopInfo loopInfo() const;
-    /// What sync found odd and went over.
+    /// What the last sync found odd and went over, also where it failed at something else.
     virtual std::vector<String> diagnostics() const;
     /// Whom the recording is from, in the originator's own numbering; null where the file does not tell.
     virtual expected<String, Error> originatorReference();
