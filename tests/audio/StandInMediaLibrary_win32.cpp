@@ -165,8 +165,9 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Open(const WCHAR* path) override {
         alive();
-        return library.called(
+        const HRESULT answer = library.called(
             "Open", " " + String::fromWide(path, static_cast<unsigned>(wcslen(path))).toStdString());
+        return library.failingOpens != 0 && library.failingOpens-- != 0 ? E_FAIL : answer;
     }
     HRESULT STDMETHODCALLTYPE Close() override {
         alive();

@@ -61,6 +61,8 @@ public:
     /// What calls answer instead of success, by their names. It takes no file for its own by the first bytes
     /// unless a test wants that.
     std::map<std::string, HRESULT> answers{{"WMValidateData", E_INVALIDARG}};
+    /// So many of the next calls of Open fail.
+    unsigned failingOpens = 0;
     /// Calls that succeed and give no object.
     std::string givesNothing;
 
