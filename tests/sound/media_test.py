@@ -55,14 +55,14 @@ class TarvikSoundOnMedia(unittest.TestCase):
                     if name.endswith(".wma"):
                         # Wine's decoder begins WMA another way each time: some 4096 of the frames may be louder.
                         self.assertGreaterEqual(levels["peak"], peak - 0.02)
-                        self.assertAlmostEqual(levels["rms"], rms, delta=0.04 * rms)
+                        self.assertAlmostEqual(levels["rms"], rms, delta=0.02 * rms)
                         continue
                     self.assertAlmostEqual(levels["peak"], peak, delta=0.02)
                     self.assertAlmostEqual(levels["rms"], rms, delta=0.02 * rms)
 
-    def test_Damaged_files_are_read_as_far_as_they_go_or_refused(self):
-        # MP3 alone: Wine's reader waits for ever over some damaged Windows Media files.
-        whole = (MEDIA_FILES / "stereo.mp3").read_bytes()
+    def check_damaged(self, name, reports_of):
+        """reports_of gives the exit code and the reports of files with these contents."""
+        whole = (MEDIA_FILES / name).read_bytes()
         cuts = [0, 11, 12, 40, 417, 1000, *range(2000, len(whole), len(whole) // 14)]
         damaged = [whole[:size] for size in cuts]
         for place in range(0, 1200, 60):
@@ -72,23 +72,49 @@ class TarvikSoundOnMedia(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             paths = []
             for index, content in enumerate(damaged):
-                paths.append(pathlib.Path(folder) / f"{index}.mp3")
+                paths.append(pathlib.Path(folder) / f"{index}{pathlib.Path(name).suffix}")
                 paths[-1].write_bytes(content)
-            code, output, errors = run_on("--json", *map(path_for_command, paths))
-        self.assertEqual(code, 1, errors)
-        reports = json.loads(output)
+            reports = reports_of(paths)
         self.assertEqual(len(reports), len(damaged))
         for content, report in zip(damaged, reports):
             with self.subTest(bytes=len(content), name=report["file"]):
                 if len(content) < 12:
                     self.assertIn("Could not determine the filetype of", report["errors"][0])
                 elif report["errors"]:
-                    self.assertRegex(report["errors"][0], r"^Unable to [a-z ]+\. 0x[0-9A-F]{8}$")
+                    self.assertRegex(report["errors"][0], r"^[A-Z][A-Za-z ]+\. 0x[0-9A-F]{8}$|^No audio streams found\.$")
                 else:
-                    # No more than the bytes hold: 5 seconds in all of them, and what the encoder adds.
-                    self.assertLessEqual(report["framesRead"], (5 * 44100) * len(content) / len(whole) + 4 * 1152)
+                    # No more than 5 seconds and what the encoder adds.
+                    self.assertLessEqual(report["framesRead"], 5 * 44100 + 4 * 2048)
+        return damaged, cuts, reports
+
+    def test_Damaged_MP3s_are_read_as_far_as_they_go_or_refused(self):
+        def reports_of(paths):
+            code, output, errors = run_on("--json", *map(path_for_command, paths))
+            self.assertEqual(code, 1, errors)
+            return json.loads(output)
+
+        damaged, cuts, reports = self.check_damaged("stereo.mp3", reports_of)
+        for content, report in zip(damaged, reports):
+            if not report["errors"]:
+                # No more than the bytes hold.
+                self.assertLessEqual(report["framesRead"], 5 * 44100 * len(content) / len(damaged[-1]) + 4 * 1152)
         self.assertFalse(any(report["errors"] for report in reports[len(cuts):]), "a flipped bit costs no file")
         self.assertGreater(sum(not report["errors"] for report in reports[:len(cuts)]), 10)
+
+    def test_Damaged_Windows_Media_files_are_read_as_far_as_they_go_or_refused(self):
+        def reports_of(paths):
+            reports = []
+            for path in paths:
+                # Each in a process of its own: one process that read 40 of them did not end under Wine.
+                code, output, errors = run_on("--json", path_for_command(path))
+                self.assertIn(code, (0, 1), errors)
+                (report,) = json.loads(output)
+                self.assertEqual(code == 1, bool(report["errors"]))
+                reports.append(report)
+            return reports
+
+        _, cuts, reports = self.check_damaged("stereo.wma", reports_of)
+        self.assertTrue(any(not report["errors"] for report in reports[:len(cuts)]))
 
     def test_What_the_header_does_not_tell_of_is_read_too(self):
         path = path_for_command(MEDIA_FILES / "says-less.mp3")
